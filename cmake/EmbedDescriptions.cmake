@@ -1,0 +1,22 @@
+# Embeds the GenApi descriptions into the producer: each XML file becomes a byte array together
+# with its size and its SHA-1 digest, both computed here, so the library ships no hashing code.
+# Runs at configure time; editing an XML file re-runs the configuration.
+function(lmmocktl_embed_descriptions output)
+  set(kinds system interface device remote datastream buffer)
+  set(arrays "")
+  set(entries "")
+  foreach(kind IN LISTS kinds)
+    set(name "tl_${kind}_1_3_22.xml")
+    set(path "${PROJECT_SOURCE_DIR}/module/descriptions/${name}")
+    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${path}")
+    file(READ "${path}" hex HEX)
+    file(SHA1 "${path}" digest)
+    string(REGEX REPLACE "([0-9a-f][0-9a-f])" "'\\\\x\\1'," bytes "${hex}")
+    string(REGEX REPLACE "([0-9a-f][0-9a-f])" "0x\\1," digestBytes "${digest}")
+    string(APPEND arrays "constexpr char k_${kind}[] = {${bytes}};\n")
+    string(APPEND entries "      {\"${name}\", {k_${kind}, sizeof(k_${kind})}, {${digestBytes}}},\n")
+  endforeach()
+  set(LMMOCKTL_DESCRIPTION_ARRAYS "${arrays}")
+  set(LMMOCKTL_DESCRIPTION_ENTRIES "${entries}")
+  configure_file("${PROJECT_SOURCE_DIR}/module/DescriptionData.cpp.in" "${output}" @ONLY)
+endfunction()

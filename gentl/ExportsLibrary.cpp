@@ -1,0 +1,51 @@
+// Library lifecycle and last-error exports.
+#include <cstring>
+
+#include "gentl/ErrorFrame.h"
+#include "gentl/GenTL.h"
+#include "gentl/HandleChecks.h"
+#include "gentl/LastErrorStore.h"
+
+using namespace lumo::mockTL;
+using error::LastErrorStore;
+
+GC_API GCInitLib(void) {
+  return error::doReturn([] {
+    if (Library::initialised()) {
+      checks::fail(GC_ERR_RESOURCE_IN_USE, LMMOCKTL_BODY(GCInitLib), "already initialized");
+    }
+    Library::setInitialised(true);
+    LastErrorStore::instance().clear();
+  });
+}
+
+GC_API GCCloseLib(void) {
+  const GC_ERROR result = error::doReturn([] {
+    checks::requireInitialised(LMMOCKTL_BODY(GCCloseLib));
+    Library::setInitialised(false);
+  });
+  if (result == GC_ERR_SUCCESS) {
+    // Errors never survive from one initialised period into the next.
+    LastErrorStore::instance().clear();
+  }
+  return result;
+}
+
+GC_API GCGetLastError(GC_ERROR* piErrorCode, char* sErrorText, size_t* piSize) {
+  return error::doReturnWithoutStoring([&] {
+    constexpr const char* where = LMMOCKTL_BODY(GCGetLastError);
+    checks::requireInitialised(where);
+    checks::requirePointer(piErrorCode, where, "pierrorcode<=0");
+    checks::requirePointer(piSize, where, "piSize<=0");
+    const LastErrorStore::Record record = LastErrorStore::instance().fetch();
+    const size_t needed = record.text.size() + 1;
+    if (sErrorText != nullptr && *piSize < needed) {
+      checks::fail(GC_ERR_BUFFER_TOO_SMALL, where, "buffer for last error too small");
+    }
+    *piSize = needed;
+    *piErrorCode = record.code;
+    if (sErrorText != nullptr) {
+      std::memcpy(sErrorText, record.text.c_str(), needed);
+    }
+  });
+}

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <cstdint>
+#include <mutex>
+#include <optional>
+#include <unordered_map>
+
+namespace lumo::mockTL {
+
+// What a registered address is. Lets the export layer reinterpret a handle only as the kind of
+// object that really lives there, so that a handle of the wrong class can never be used as
+// memory of another layout.
+enum class HandleKind : std::uint8_t { Module, Event };
+
+// Process-wide set of the addresses of live producer objects: every GenTL handle is the address
+// of the object it names, and exports ask here before they touch one. Modules enter from their
+// Port constructor and leave from its destructor; events enter on creation and never leave, so
+// an event handle stays known for the rest of the process. Thread safe; the mutex is held only
+// inside each call and never while another lock is taken. Lives from load to process exit and is
+// not reset by GCInitLib or GCCloseLib.
+class HandleRegistry {
+ public:
+  static void Register(const void* address, HandleKind kind);
+  static void Unregister(const void* address);
+  static bool IsKnown(const void* address);
+  // The kind registered for the address, if any. The answer may be stale by the time it is used.
+  static std::optional<HandleKind> KindOf(const void* address);
+
+ private:
+  static HandleRegistry& instance();
+
+  std::mutex mutex_;
+  std::unordered_map<std::uintptr_t, HandleKind> handles_;
+};
+
+}  // namespace lumo::mockTL

@@ -1,0 +1,15 @@
+#!/usr/bin/env bash
+# Installs what building and testing LmMockTL needs on Debian 12, and only what is missing.
+set -euo pipefail
+packages=(cmake g++ make libgtest-dev nlohmann-json3-dev libxml2-utils binutils)
+missing=()
+for package in "${packages[@]}"; do
+  dpkg -s "$package" >/dev/null 2>&1 || missing+=("$package")
+done
+if [ ${#missing[@]} -gt 0 ]; then
+  echo "installing: ${missing[*]}"
+  sudo_cmd=""
+  [ "$(id -u)" -eq 0 ] || sudo_cmd="sudo"
+  $sudo_cmd apt-get update -qq
+  DEBIAN_FRONTEND=noninteractive $sudo_cmd apt-get install -y -qq --no-install-recommends "${missing[@]}"
+fi

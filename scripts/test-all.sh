@@ -1,0 +1,29 @@
+#!/usr/bin/env bash
+# Builds LmMockTL and runs the whole test suite three times: a plain optimised build, an
+# AddressSanitizer + UndefinedBehaviorSanitizer build, and a ThreadSanitizer build of the
+# unit and black-box tests (the concurrency cases among them). Mirrors CI exactly.
+set -euo pipefail
+root=$(cd "$(dirname "$0")/.." && pwd)
+bash "$root/scripts/install-deps.sh"
+jobs=$(nproc)
+
+configure_and_build() {
+  local dir=$1
+  shift
+  cmake -S "$root" -B "$root/$dir" "$@" >/dev/null
+  cmake --build "$root/$dir" -j "$jobs"
+}
+
+echo "== optimised build"
+configure_and_build build/release -DCMAKE_BUILD_TYPE=RelWithDebInfo
+ctest --test-dir "$root/build/release" --output-on-failure -j "$jobs"
+
+echo "== AddressSanitizer + UndefinedBehaviorSanitizer"
+configure_and_build build/asan -DCMAKE_BUILD_TYPE=Debug -DLMMOCKTL_SANITIZE=address,undefined
+ASAN_OPTIONS=detect_leaks=1:strict_string_checks=1 UBSAN_OPTIONS=print_stacktrace=1 \
+  ctest --test-dir "$root/build/asan" --output-on-failure -j "$jobs"
+
+echo "== ThreadSanitizer"
+configure_and_build build/tsan -DCMAKE_BUILD_TYPE=RelWithDebInfo -DLMMOCKTL_SANITIZE=thread
+TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1 \
+  ctest --test-dir "$root/build/tsan" --output-on-failure -L 'unit|blackbox'
