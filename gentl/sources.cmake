@@ -1,0 +1,7 @@
+list(APPEND LMMOCKTL_CORE_SOURCES
+  "${CMAKE_CURRENT_LIST_DIR}/ErrorFrame.cpp"
+  "${CMAKE_CURRENT_LIST_DIR}/GenericException.cpp"
+  "${CMAKE_CURRENT_LIST_DIR}/HandleRegistry.cpp"
+  "${CMAKE_CURRENT_LIST_DIR}/LastErrorStore.cpp")
+list(APPEND LMMOCKTL_EXPORT_SOURCES
+  "${CMAKE_CURRENT_LIST_DIR}/ExportsLibrary.cpp")

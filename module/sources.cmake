@@ -1,0 +1,6 @@
+list(APPEND LMMOCKTL_CORE_SOURCES
+  "${CMAKE_CURRENT_LIST_DIR}/Info.cpp"
+  "${CMAKE_CURRENT_LIST_DIR}/Module.cpp"
+  "${CMAKE_CURRENT_LIST_DIR}/Port.cpp"
+  "${CMAKE_CURRENT_LIST_DIR}/ProducerIdentity.cpp"
+  "${CMAKE_CURRENT_LIST_DIR}/RegisterMap.cpp")

@@ -1,0 +1,5 @@
+list(APPEND LMMOCKTL_UNIT_TESTS
+  "${CMAKE_CURRENT_LIST_DIR}/ErrorFrameTest.cpp"
+  "${CMAKE_CURRENT_LIST_DIR}/HandleRegistryTest.cpp")
+list(APPEND LMMOCKTL_BLACKBOX_TESTS
+  "${CMAKE_CURRENT_LIST_DIR}/LibraryLifecycleTest.cpp")
