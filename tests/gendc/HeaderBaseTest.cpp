@@ -1,0 +1,130 @@
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <ostream>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "gendc/ComponentHeader.h"
+#include "gendc/ContainerHeader.h"
+#include "gendc/FlowMappingTable.h"
+#include "gendc/HeaderBase.h"
+#include "gendc/PartHeader.h"
+
+namespace lumo::mockTL::GenDc {
+namespace {
+
+constexpr std::uint8_t kUntouched = 0xEE;
+
+ContainerHeader containerOn(std::span<std::uint8_t> memory) {
+  const std::vector<std::uint64_t> componentOffsets{72};
+  return ContainerHeader(memory, 0, 64, 176, 307200, 176, componentOffsets);
+}
+
+// A write whose width differs from the field's type would silently truncate or spill into the
+// next field; it must be refused with both widths named, and leave the header as it was.
+struct MismatchedWrite {
+  const char* name;
+  std::function<void(HeaderBase&)> write;
+  const char* message;
+};
+void PrintTo(const MismatchedWrite& c, std::ostream* out) { *out << c.name; }
+
+class MismatchedWidthsAreRefused : public ::testing::TestWithParam<MismatchedWrite> {};
+
+TEST_P(MismatchedWidthsAreRefused, NamingDefinitionAndRequest) {
+  std::vector<std::uint8_t> memory(64);
+  ContainerHeader header = containerOn(memory);
+  const std::vector<std::uint8_t> before = memory;
+  try {
+    GetParam().write(header);
+    FAIL() << "write accepted";
+  } catch (const std::runtime_error& failure) {
+    EXPECT_STREQ(failure.what(), GetParam().message);
+  }
+  EXPECT_EQ(memory, before);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    ContainerFields, MismatchedWidthsAreRefused,
+    ::testing::Values(MismatchedWrite{"Uint16IntoSignature", [](HeaderBase& h) { h.writeUint16("0", 0x4E47); },
+                                      "data types are unmatched. definition: 4, requested: 2"},
+                      MismatchedWrite{"Uint64IntoVersionMajor", [](HeaderBase& h) { h.writeUint64("1", 1); },
+                                      "data types are unmatched. definition: 1, requested: 8"},
+                      MismatchedWrite{"Uint32IntoId", [](HeaderBase& h) { h.writeUint32("8", 1); },
+                                      "data types are unmatched. definition: 8, requested: 4"},
+                      MismatchedWrite{"Uint8IntoHeaderType", [](HeaderBase& h) { h.writeUint8("5", 1); },
+                                      "data types are unmatched. definition: 2, requested: 1"},
+                      MismatchedWrite{"ArrayIntoComponentCount",
+                                      [](HeaderBase& h) {
+                                        const std::uint64_t values[] = {1};
+                                        h.writeArray("15", values);
+                                      },
+                                      "data types are unmatched. definition: 4, requested: 8"}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+// A descriptor assembled without memory must say so at once instead of writing through null.
+struct HeaderKind {
+  const char* name;
+  std::function<void(std::span<std::uint8_t>)> construct;
+};
+void PrintTo(const HeaderKind& c, std::ostream* out) { *out << c.name; }
+
+const StreamSettings kVga{.width = 640, .height = 480};
+const std::vector<std::uint64_t> kOneOffset{120};
+
+class HeadersWithoutMemory : public ::testing::TestWithParam<HeaderKind> {};
+
+TEST_P(HeadersWithoutMemory, FailAtTheirFirstField) {
+  try {
+    GetParam().construct({});
+    FAIL() << "header built without memory";
+  } catch (const std::runtime_error& failure) {
+    EXPECT_STREQ(failure.what(), "no memory given");
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Kinds, HeadersWithoutMemory,
+    ::testing::Values(
+        HeaderKind{"Container", [](std::span<std::uint8_t> m) { ContainerHeader(m, 0, 64, 176, 1, 176, kOneOffset); }},
+        HeaderKind{"Component", [](std::span<std::uint8_t> m) { ComponentHeader(kVga, 0, m, 64, 56, kOneOffset); }},
+        HeaderKind{"Part", [](std::span<std::uint8_t> m) { PartHeader(kVga, 0, 0, m, 120, 56, 0, 176, 1); }},
+        HeaderKind{"FlowMappingTable", [](std::span<std::uint8_t> m) { FlowMappingTable(m, 24, 1, kOneOffset); }}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+// Header offset and size come from layout arithmetic; a slip there must not become a write past
+// the caller's memory.
+TEST(HeaderBounds, HeaderEndingBeyondTheMemoryIsRefusedBeforeAnyWrite) {
+  std::vector<std::uint8_t> memory(63, kUntouched);
+  EXPECT_THROW(containerOn(memory), std::out_of_range);
+  EXPECT_EQ(memory, std::vector<std::uint8_t>(63, kUntouched));
+  EXPECT_THROW(ComponentHeader(kVga, 0, memory, 64, 0, kOneOffset), std::out_of_range);
+}
+
+TEST(HeaderBounds, ArrayLongerThanItsHeaderIsRefusedWithoutTouchingTheBytesBehind) {
+  std::vector<std::uint8_t> memory(80, kUntouched);
+  const std::vector<std::uint64_t> twoOffsets{72, 128};
+  EXPECT_THROW(ContainerHeader(memory, 0, 64, 176, 1, 176, twoOffsets), std::out_of_range);
+  EXPECT_EQ(std::vector<std::uint8_t>(memory.begin() + 64, memory.end()), std::vector<std::uint8_t>(16, kUntouched));
+}
+
+TEST(HeaderBounds, UnknownKeyIsRefused) {
+  std::vector<std::uint8_t> memory(56);
+  PartHeader part(kVga, 0, 0, memory, 0, 56, 0, 176, 1);
+  EXPECT_THROW(part.writeUint32("9", 0), std::out_of_range);
+}
+
+TEST(HeaderWrites, StoreLittleEndianAtTheHeaderOffset) {
+  std::vector<std::uint8_t> memory(80, kUntouched);
+  const std::vector<std::uint64_t> noOffsets;
+  ContainerHeader header(memory, 24, 56, 0, 0, 0, noOffsets);
+  header.writeUint64("8", 0x0102030405060708);
+  EXPECT_EQ(std::vector<std::uint8_t>(memory.begin() + 40, memory.begin() + 48),
+            (std::vector<std::uint8_t>{8, 7, 6, 5, 4, 3, 2, 1}));
+  EXPECT_EQ(std::vector<std::uint8_t>(memory.begin(), memory.begin() + 24), std::vector<std::uint8_t>(24, kUntouched));
+}
+
+}  // namespace
+}  // namespace lumo::mockTL::GenDc

@@ -1,0 +1,173 @@
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <limits>
+#include <ostream>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "gendc/ComponentHeader.h"
+#include "gendc/ContainerHeader.h"
+#include "gendc/FlowMappingTable.h"
+#include "gendc/PartHeader.h"
+#include "platform/Platform.h"
+#include "support/LittleEndian.h"
+
+namespace lumo::mockTL::GenDc {
+namespace {
+
+using test::readField;
+
+TEST(ContainerHeaderContents, IdentifyAGenDcContainerAndPointAtItsParts) {
+  std::vector<std::uint8_t> memory(72);
+  const std::vector<std::uint64_t> componentOffsets{72, 184};
+  ContainerHeader(memory, 0, 72, 296, 614400, 296, componentOffsets);
+
+  EXPECT_EQ(std::string(memory.begin(), memory.begin() + 4), "GNDC");
+  EXPECT_EQ(readField(memory, 4, 1), 1u);  // VersionMajor
+  EXPECT_EQ(readField(memory, 5, 1), 1u);  // VersionMinor
+  EXPECT_EQ(readField(memory, 6, 1), 0u);  // VersionSubMinor
+  EXPECT_EQ(readField(memory, 8, 2), 0x1000u);
+  EXPECT_EQ(readField(memory, 12, 4), 72u);  // HeaderSize
+  EXPECT_EQ(readField(memory, 32, 8), 614400u);
+  EXPECT_EQ(readField(memory, 40, 8), 296u);  // DataOffset
+  EXPECT_EQ(readField(memory, 48, 4), 296u);  // DescriptorSize
+  EXPECT_EQ(readField(memory, 52, 4), 2u);
+  EXPECT_EQ(readField(memory, 56, 8), 72u);
+  EXPECT_EQ(readField(memory, 64, 8), 184u);
+}
+
+// Consumers of these containers rely on the count wrapping at 16 bits although the field has 32.
+TEST(ContainerHeaderContents, ComponentCountWrapsAtSixteenBits) {
+  const std::vector<std::uint64_t> componentOffsets(70000, 0);
+  std::vector<std::uint8_t> memory(ContainerHeader::sizeFor(componentOffsets.size()));
+  ContainerHeader(memory, 0, memory.size(), 0, 0, 0, componentOffsets);
+  EXPECT_EQ(readField(memory, 52, 4), 4464u);
+}
+
+struct TypeIdCase {
+  const char* name;
+  std::int32_t componentType;
+  std::uint64_t typeId;
+};
+void PrintTo(const TypeIdCase& c, std::ostream* out) { *out << c.name; }
+
+class ComponentTypeId : public ::testing::TestWithParam<TypeIdCase> {};
+
+TEST_P(ComponentTypeId, IsTheComponentTypeSignExtended) {
+  std::vector<std::uint8_t> memory(56);
+  const std::vector<std::uint64_t> partOffsets{120};
+  ComponentHeader(StreamSettings{}, GetParam().componentType, memory, 0, 56, partOffsets);
+  EXPECT_EQ(readField(memory, 32, 8), GetParam().typeId);
+}
+
+INSTANTIATE_TEST_SUITE_P(Types, ComponentTypeId,
+                         ::testing::Values(TypeIdCase{"Index1", 1, 1}, TypeIdCase{"MinusOne", -1, 0xFFFFFFFFFFFFFFFF},
+                                           TypeIdCase{"Lowest", std::numeric_limits<std::int32_t>::min(),
+                                                      0xFFFFFFFF80000000}),
+                         [](const auto& info) { return std::string(info.param.name); });
+
+TEST(ComponentHeaderContents, CarryFormatPartsAndTheClockAtConstruction) {
+  std::vector<std::uint8_t> memory(64);
+  const std::vector<std::uint64_t> partOffsets{120, 176};
+  const StreamSettings mono16{.pixelFormat = 0x01100007};
+  const std::uint64_t before = platform::monotonicNanoseconds();
+  ComponentHeader(mono16, 0, memory, 0, 64, partOffsets);
+  const std::uint64_t after = platform::monotonicNanoseconds();
+
+  EXPECT_EQ(readField(memory, 0, 2), 0x2000u);
+  EXPECT_EQ(readField(memory, 4, 4), 64u);
+  EXPECT_GE(readField(memory, 24, 8), before);
+  EXPECT_LE(readField(memory, 24, 8), after);
+  EXPECT_EQ(readField(memory, 40, 4), 0x01100007u);
+  EXPECT_EQ(readField(memory, 46, 2), 2u);
+  EXPECT_EQ(readField(memory, 48, 8), 120u);
+  EXPECT_EQ(readField(memory, 56, 8), 176u);
+}
+
+// FlowOffset says where a part starts in its flow: flow 0 shares the container's numbering, a
+// flow of its own starts with the part.
+struct FlowOffsetCase {
+  const char* name;
+  std::uint16_t flowId;
+  std::uint64_t dataOffset;
+  std::uint64_t flowOffset;
+};
+void PrintTo(const FlowOffsetCase& c, std::ostream* out) { *out << c.name; }
+
+class PartFlowOffset : public ::testing::TestWithParam<FlowOffsetCase> {};
+
+TEST_P(PartFlowOffset, FollowsTheFlowTheDataIsIn) {
+  std::vector<std::uint8_t> memory(56);
+  PartHeader(StreamSettings{}, 0, 0, memory, 0, 56, GetParam().flowId, GetParam().dataOffset, 100);
+  EXPECT_EQ(readField(memory, 14, 2), GetParam().flowId);
+  EXPECT_EQ(readField(memory, 16, 8), GetParam().flowOffset);
+  EXPECT_EQ(readField(memory, 32, 8), GetParam().dataOffset);
+}
+
+INSTANTIATE_TEST_SUITE_P(Flows, PartFlowOffset,
+                         ::testing::Values(FlowOffsetCase{"FlowZero", 0, 1024, 1024},
+                                           FlowOffsetCase{"FlowTwo", 2, 1024, 0}),
+                         [](const auto& info) { return std::string(info.param.name); });
+
+TEST(PartHeaderContents, DescribeTheImageGeometryAndPartType) {
+  std::vector<std::uint8_t> memory(56);
+  const StreamSettings jpeg{.partType = PartType::Type2D_JPEG,
+                            .width = 640,
+                            .height = 480,
+                            .pixelFormat = 0x02180014,
+                            .paddingX = 4,
+                            .paddingY = 2};
+  PartHeader(jpeg, 0, 0, memory, 0, 56, 0, 176, 925440);
+
+  EXPECT_EQ(readField(memory, 0, 2), 0x4201u);
+  EXPECT_EQ(readField(memory, 4, 4), 56u);
+  EXPECT_EQ(readField(memory, 8, 4), 0x02180014u);
+  EXPECT_EQ(readField(memory, 24, 8), 925440u);
+  EXPECT_EQ(readField(memory, 40, 4), 640u);
+  EXPECT_EQ(readField(memory, 44, 4), 480u);
+  EXPECT_EQ(readField(memory, 48, 2), 4u);
+  EXPECT_EQ(readField(memory, 50, 2), 2u);
+}
+
+TEST(PartHeaderContents, PaddingBeyondSixteenBitsIsRefusedNotTruncated) {
+  std::vector<std::uint8_t> memory(56);
+  EXPECT_THROW(PartHeader(StreamSettings{.paddingX = 0x10000}, 0, 0, memory, 0, 56, 0, 176, 1), std::length_error);
+}
+
+TEST(PartHeaderContents, PartOutsideTheContainerIsRefused) {
+  std::vector<std::uint8_t> memory(56);
+  EXPECT_THROW(PartHeader(StreamSettings{.imageCount = 2}, 2, 0, memory, 0, 56, 0, 176, 1), std::out_of_range);
+  EXPECT_THROW(PartHeader(StreamSettings{.imageCount = 2}, 1, 1, memory, 0, 56, 0, 176, 1), std::out_of_range);
+}
+
+TEST(FlowMappingTableContents, ThreeFlowsMakeAFortyByteTable) {
+  const std::vector<std::uint64_t> flowSizes{296, 307200, 307201};
+  const std::vector<std::uint8_t> table = FlowMappingTable::bytesFor(flowSizes);
+
+  ASSERT_EQ(table.size(), 40u);
+  EXPECT_EQ(readField(table, 0, 2), 0x7000u);
+  EXPECT_EQ(readField(table, 4, 4), 40u);
+  EXPECT_EQ(readField(table, 8, 1), 1u);
+  EXPECT_EQ(readField(table, 9, 1), 1u);
+  EXPECT_EQ(readField(table, 12, 4), 3u);
+  EXPECT_EQ(readField(table, 16, 8), 296u);
+  EXPECT_EQ(readField(table, 24, 8), 307200u);
+  EXPECT_EQ(readField(table, 32, 8), 307201u);
+}
+
+TEST(FlowMappingTableContents, FlowCountDifferentFromTheSizeListIsRefusedBeforeWriting) {
+  std::vector<std::uint8_t> memory(40, 0xEE);
+  const std::vector<std::uint64_t> flowSizes{296, 307200};
+  try {
+    FlowMappingTable(memory, 40, 3, flowSizes);
+    FAIL() << "table written";
+  } catch (const std::invalid_argument& failure) {
+    EXPECT_STREQ(failure.what(), "the number of flow sizes must match the flow count");
+  }
+  EXPECT_EQ(memory, std::vector<std::uint8_t>(40, 0xEE));
+}
+
+}  // namespace
+}  // namespace lumo::mockTL::GenDc
