@@ -1,7 +1,5 @@
 #include "gendc/ContainerHeader.h"
 
-#include "gendc/CheckedSize.h"
-
 namespace lumo::mockTL::GenDc {
 
 const FieldTable& ContainerHeader::fields() {

@@ -52,8 +52,6 @@ INSTANTIATE_TEST_SUITE_P(
                                       "data types are unmatched. definition: 4, requested: 2"},
                       MismatchedWrite{"Uint64IntoVersionMajor", [](HeaderBase& h) { h.writeUint64("1", 1); },
                                       "data types are unmatched. definition: 1, requested: 8"},
-                      MismatchedWrite{"Uint32IntoId", [](HeaderBase& h) { h.writeUint32("8", 1); },
-                                      "data types are unmatched. definition: 8, requested: 4"},
                       MismatchedWrite{"Uint8IntoHeaderType", [](HeaderBase& h) { h.writeUint8("5", 1); },
                                       "data types are unmatched. definition: 2, requested: 1"},
                       MismatchedWrite{"ArrayIntoComponentCount",
@@ -114,16 +112,6 @@ TEST(HeaderBounds, UnknownKeyIsRefused) {
   std::vector<std::uint8_t> memory(56);
   PartHeader part(kVga, 0, 0, memory, 0, 56, 0, 176, 1);
   EXPECT_THROW(part.writeUint32("9", 0), std::out_of_range);
-}
-
-TEST(HeaderWrites, StoreLittleEndianAtTheHeaderOffset) {
-  std::vector<std::uint8_t> memory(80, kUntouched);
-  const std::vector<std::uint64_t> noOffsets;
-  ContainerHeader header(memory, 24, 56, 0, 0, 0, noOffsets);
-  header.writeUint64("8", 0x0102030405060708);
-  EXPECT_EQ(std::vector<std::uint8_t>(memory.begin() + 40, memory.begin() + 48),
-            (std::vector<std::uint8_t>{8, 7, 6, 5, 4, 3, 2, 1}));
-  EXPECT_EQ(std::vector<std::uint8_t>(memory.begin(), memory.begin() + 24), std::vector<std::uint8_t>(24, kUntouched));
 }
 
 }  // namespace
