@@ -23,14 +23,10 @@ TEST(ContainerHeaderContents, IdentifyAGenDcContainerAndPointAtItsParts) {
   ContainerHeader(memory, 0, 72, 296, 614400, 296, componentOffsets);
 
   EXPECT_EQ(std::string(memory.begin(), memory.begin() + 4), "GNDC");
-  EXPECT_EQ(readField(memory, 4, 1), 1u);  // VersionMajor
-  EXPECT_EQ(readField(memory, 5, 1), 1u);  // VersionMinor
-  EXPECT_EQ(readField(memory, 6, 1), 0u);  // VersionSubMinor
-  EXPECT_EQ(readField(memory, 8, 2), 0x1000u);
-  EXPECT_EQ(readField(memory, 12, 4), 72u);  // HeaderSize
-  EXPECT_EQ(readField(memory, 52, 4), 2u);
-  EXPECT_EQ(readField(memory, 56, 8), 72u);
-  EXPECT_EQ(readField(memory, 64, 8), 184u);
+  // Version 1.1.0, HeaderType, HeaderSize, ComponentCount, ComponentOffsets.
+  test::expectFields(
+      memory,
+      {{4, 1, 1u}, {5, 1, 1u}, {6, 1, 0u}, {8, 2, 0x1000u}, {12, 4, 72u}, {52, 4, 2u}, {56, 8, 72u}, {64, 8, 184u}});
 }
 
 // Consumers of these containers rely on the count wrapping at 16 bits although the field has 32.
@@ -49,14 +45,10 @@ TEST(ComponentHeaderContents, CarryFormatPartsAndTheClockAtConstruction) {
   ComponentHeader(mono16, 0, memory, 0, 64, partOffsets);
   const std::uint64_t after = platform::monotonicNanoseconds();
 
-  EXPECT_EQ(readField(memory, 0, 2), 0x2000u);
-  EXPECT_EQ(readField(memory, 4, 4), 64u);
   EXPECT_GE(readField(memory, 24, 8), before);
   EXPECT_LE(readField(memory, 24, 8), after);
-  EXPECT_EQ(readField(memory, 40, 4), 0x01100007u);
-  EXPECT_EQ(readField(memory, 46, 2), 2u);
-  EXPECT_EQ(readField(memory, 48, 8), 120u);
-  EXPECT_EQ(readField(memory, 56, 8), 176u);
+  test::expectFields(memory,
+                     {{0, 2, 0x2000u}, {4, 4, 64u}, {40, 4, 0x01100007u}, {46, 2, 2u}, {48, 8, 120u}, {56, 8, 176u}});
 }
 
 TEST(PartHeaderContents, DescribeTheImageGeometryAndPartType) {
@@ -69,14 +61,14 @@ TEST(PartHeaderContents, DescribeTheImageGeometryAndPartType) {
                             .paddingY = 2};
   PartHeader(jpeg, 0, 0, memory, 0, 56, 0, 176, 925440);
 
-  EXPECT_EQ(readField(memory, 0, 2), 0x4201u);
-  EXPECT_EQ(readField(memory, 4, 4), 56u);
-  EXPECT_EQ(readField(memory, 8, 4), 0x02180014u);
-  EXPECT_EQ(readField(memory, 24, 8), 925440u);
-  EXPECT_EQ(readField(memory, 40, 4), 640u);
-  EXPECT_EQ(readField(memory, 44, 4), 480u);
-  EXPECT_EQ(readField(memory, 48, 2), 4u);
-  EXPECT_EQ(readField(memory, 50, 2), 2u);
+  test::expectFields(memory, {{0, 2, 0x4201u},
+                              {4, 4, 56u},
+                              {8, 4, 0x02180014u},
+                              {24, 8, 925440u},
+                              {40, 4, 640u},
+                              {44, 4, 480u},
+                              {48, 2, 4u},
+                              {50, 2, 2u}});
 }
 
 TEST(FlowMappingTableContents, ThreeFlowsMakeAFortyByteTable) {
@@ -84,14 +76,14 @@ TEST(FlowMappingTableContents, ThreeFlowsMakeAFortyByteTable) {
   const std::vector<std::uint8_t> table = FlowMappingTable::bytesFor(flowSizes);
 
   ASSERT_EQ(table.size(), 40u);
-  EXPECT_EQ(readField(table, 0, 2), 0x7000u);
-  EXPECT_EQ(readField(table, 4, 4), 40u);
-  EXPECT_EQ(readField(table, 8, 1), 1u);
-  EXPECT_EQ(readField(table, 9, 1), 1u);
-  EXPECT_EQ(readField(table, 12, 4), 3u);
-  EXPECT_EQ(readField(table, 16, 8), 296u);
-  EXPECT_EQ(readField(table, 24, 8), 307200u);
-  EXPECT_EQ(readField(table, 32, 8), 307201u);
+  test::expectFields(table, {{0, 2, 0x7000u},
+                             {4, 4, 40u},
+                             {8, 1, 1u},
+                             {9, 1, 1u},
+                             {12, 4, 3u},
+                             {16, 8, 296u},
+                             {24, 8, 307200u},
+                             {32, 8, 307201u}});
 }
 
 TEST(FlowMappingTableContents, FlowCountDifferentFromTheSizeListIsRefusedBeforeWriting) {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <initializer_list>
 #include <span>
 
 namespace lumo::mockTL::GenDc::test {
@@ -16,6 +17,18 @@ inline std::uint64_t readField(std::span<const std::uint8_t> bytes, std::uint64_
     value |= std::uint64_t{bytes[offset + byte]} << (8 * byte);
   }
   return value;
+}
+
+struct ExpectedField {
+  std::uint64_t offset;
+  std::uint64_t width;
+  std::uint64_t value;
+};
+
+inline void expectFields(std::span<const std::uint8_t> bytes, std::initializer_list<ExpectedField> fields) {
+  for (const ExpectedField& field : fields) {
+    EXPECT_EQ(readField(bytes, field.offset, field.width), field.value) << "field at offset " << field.offset;
+  }
 }
 
 }  // namespace lumo::mockTL::GenDc::test
