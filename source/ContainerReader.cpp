@@ -26,7 +26,8 @@ std::vector<T> readProperty(LmRContainerReaderHandle reader, LmRProperty propert
 
 ContainerReader::ContainerReader(const std::filesystem::path& infoFile) {
   constexpr const char* kWhere = "lumo::mockTL::ContainerReader::ContainerReader";
-  check(LmRCreateContainerReader(infoFile.c_str(), &reader_), kWhere);
+  const auto utf8 = infoFile.u8string();
+  check(LmRCreateContainerReader(reinterpret_cast<const char*>(utf8.c_str()), &reader_), kWhere);
   try {
     frameCount_ = readProperty<std::uint64_t>(reader_, LmRProperty::FlowSetCount, kWhere).at(0);
     flowSizes_ = readProperty<std::uint64_t>(reader_, LmRProperty::FlowSizes, kWhere);

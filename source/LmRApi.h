@@ -53,7 +53,7 @@ const char* LmRGetLastErrorMessage();
 // Reads the InfoFile at `infoFile` (a UTF-8 path) and maps every data file it names. The caller
 // owns the returned reader and releases it with LmRContainerReaderRelease.
 LmRStatus LmRCreateContainerReader(const char* infoFile, LmRContainerReaderHandle* reader);
-// The same for a wide-character path, for callers that hold their paths as such.
+// The same for a wide-character path (UTF-32 where wchar_t has 32 bits, UTF-16 where it has 16).
 LmRStatus LmRCreateContainerReaderW(const wchar_t* infoFile, LmRContainerReaderHandle* reader);
 LmRStatus LmRContainerReaderRelease(LmRContainerReaderHandle reader);
 

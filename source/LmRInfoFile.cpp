@@ -111,10 +111,6 @@ InfoFile InfoFile::read(const std::filesystem::path& path) {
   info.fixedFlowSizes = fixed != 0;
   info.flowSizes = in.table(in.u64());
   const auto dataFiles = in.u64();
-  // Both per-file tables must fit, not only the first.
-  if (dataFiles > in.remaining() / 16) {
-    corrupted();
-  }
   info.perFileValues = in.table(dataFiles);
   info.flowSetCounts = in.table(dataFiles);
   info.prefetchDescriptor = in.bytes(in.u64());
