@@ -63,12 +63,6 @@ TEST_F(OpenedRecordingTest, PropertiesReportTheInfoFile) {
   EXPECT_EQ(values, kFlowSizes);
 }
 
-TEST_F(OpenedRecordingTest, SizeQueryWritesOnlyTheSize) {
-  std::size_t size = 1;
-  EXPECT_EQ(LmRContainerReaderGetProperty(reader, LmRProperty::PrefetchDescriptor, nullptr, &size), LmRStatus::Success);
-  EXPECT_EQ(size, kDescriptor.size());
-}
-
 TEST_F(OpenedRecordingTest, LargerBufferGetsTheTrueSizeBack) {
   std::vector<std::uint8_t> buffer(64, 0xEE);
   std::size_t size = buffer.size();

@@ -192,17 +192,6 @@ TEST(InfoFileTest, TrailingBytesAfterTheDescriptorAreIgnored) {
   EXPECT_EQ(openRecording(dir), LmRStatus::Success);
 }
 
-TEST(InfoFileTest, DataFilesAreFoundBesideTheInfoFileWithItsExtensionDropped) {
-  TemporaryDirectory dir;
-  std::filesystem::create_directory(dir / "sub.dir");
-  writeFile(dir / "sub.dir" / "capture.v1.info", infoFileBytes(true, {3}, {3}, {1}, {}));
-  writeFile(dir / "sub.dir" / "capture.v1-000000.gdcs", {1, 2, 3});
-  LmRContainerReaderHandle reader = nullptr;
-  ASSERT_EQ(LmRCreateContainerReader((dir / "sub.dir" / "capture.v1.info").c_str(), &reader), LmRStatus::Success)
-      << LmRGetLastErrorMessage();
-  EXPECT_EQ(LmRContainerReaderRelease(reader), LmRStatus::Success);
-}
-
 TEST(InfoFileTest, DynamicFlowSizesOpenWithoutCheckingDataFileLengths) {
   TemporaryDirectory dir;
   writeFile(dir / "rec.info", infoFileBytes(false, kFlowSizes, {0}, {5}, kDescriptor));
@@ -277,18 +266,14 @@ TEST_F(FlowSetLocationTest, DataFilesWithoutFlowSetsAreSkipped) {
   for (std::uint64_t flowSet = 0; flowSet < 5; ++flowSet) expectViewOf(flowSet);
 }
 
-TEST_F(FlowSetLocationTest, DynamicFlowSizesRefuseEveryView) {
+// The range is checked first: an index past the end names the index, not the flow sizes.
+TEST_F(FlowSetLocationTest, DynamicFlowSizesRefuseEveryViewInRange) {
   record({3, 5}, false);
+  LmRFlowSetViewHandle view = nullptr;
   for (const std::uint64_t flowSet : {0, 7}) {
-    LmRFlowSetViewHandle view = nullptr;
     EXPECT_LMR_FAILURE(LmRContainerReaderCreateView(reader, flowSet, &view), LmRStatus::NotImplemented,
                        "Dynamic flow sizes are not supported (FixedFlowSizes == false)");
   }
-}
-
-TEST_F(FlowSetLocationTest, RangeIsCheckedBeforeDynamicFlowSizes) {
-  record({3, 5}, false);
-  LmRFlowSetViewHandle view = nullptr;
   EXPECT_LMR_FAILURE(LmRContainerReaderCreateView(reader, 8, &view), LmRStatus::InvalidIndex,
                      "Given index greater than available flow sets");
 }
