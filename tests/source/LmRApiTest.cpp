@@ -1,0 +1,276 @@
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "source/LmRApi.h"
+#include "source/LmRLastError.h"
+#include "source/RecordingFiles.h"
+
+namespace lumo::mockTL::testing {
+namespace {
+
+const std::vector<std::uint64_t> kFlowSizes = {16, 8, 4};
+const std::vector<std::uint8_t> kDescriptor = {'G', 'N', 'D', 'C', 1, 1, 0, 0, 0x00, 0x10};
+
+// A recording of 3 flows in 2 data files holding 2 and 1 flow sets, opened once per test.
+class OpenedRecordingTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    writeFile(dir / "rec.info", infoFileBytes(true, kFlowSizes, {56, 28}, {2, 1}, kDescriptor));
+    writeFile(dir / "rec-000000.gdcs", patternFlowSets(0, 2, 28));
+    writeFile(dir / "rec-000001.gdcs", patternFlowSets(2, 1, 28));
+    ASSERT_EQ(LmRCreateContainerReader((dir / "rec.info").c_str(), &reader), LmRStatus::Success)
+        << LmRGetLastErrorMessage();
+  }
+  void TearDown() override {
+    if (reader != nullptr) LmRContainerReaderRelease(reader);
+  }
+
+  std::vector<std::uint8_t> property(LmRProperty id) {
+    std::size_t size = 0;
+    EXPECT_EQ(LmRContainerReaderGetProperty(reader, id, nullptr, &size), LmRStatus::Success);
+    std::vector<std::uint8_t> bytes(size, 0xEE);
+    EXPECT_EQ(LmRContainerReaderGetProperty(reader, id, bytes.data(), &size), LmRStatus::Success);
+    EXPECT_EQ(size, bytes.size());
+    return bytes;
+  }
+
+  std::uint64_t numberProperty(LmRProperty id) {
+    const auto bytes = property(id);
+    std::uint64_t value = 0;
+    EXPECT_EQ(bytes.size(), 8u);
+    std::memcpy(&value, bytes.data(), 8);
+    return value;
+  }
+
+  TemporaryDirectory dir;
+  LmRContainerReaderHandle reader = nullptr;
+};
+
+TEST_F(OpenedRecordingTest, PropertiesReportTheInfoFile) {
+  EXPECT_EQ(numberProperty(LmRProperty::FlowSetCount), 3u);
+  EXPECT_EQ(numberProperty(LmRProperty::DataFileCount), 2u);
+  EXPECT_EQ(property(LmRProperty::FixedFlowSizes), std::vector<std::uint8_t>{1});
+  EXPECT_EQ(property(LmRProperty::PrefetchDescriptor), kDescriptor);
+  const auto sizes = property(LmRProperty::FlowSizes);
+  ASSERT_EQ(sizes.size(), 24u);
+  std::vector<std::uint64_t> values(3);
+  std::memcpy(values.data(), sizes.data(), 24);
+  EXPECT_EQ(values, kFlowSizes);
+}
+
+TEST_F(OpenedRecordingTest, LargerBufferGetsTheTrueSizeBack) {
+  std::vector<std::uint8_t> buffer(64, 0xEE);
+  std::size_t size = buffer.size();
+  ASSERT_EQ(LmRContainerReaderGetProperty(reader, LmRProperty::PrefetchDescriptor, buffer.data(), &size),
+            LmRStatus::Success);
+  EXPECT_EQ(size, kDescriptor.size());
+  EXPECT_EQ(buffer[kDescriptor.size()], 0xEE);
+}
+
+struct ShortBufferCase {
+  const char* name;
+  LmRProperty property;
+  std::size_t needed;
+  const char* message;
+};
+
+void PrintTo(const ShortBufferCase& shortBuffer, std::ostream* out) { *out << shortBuffer.name; }
+
+class PropertyBufferOneByteShortTest : public OpenedRecordingTest,
+                                       public ::testing::WithParamInterface<ShortBufferCase> {};
+
+TEST_P(PropertyBufferOneByteShortTest, IsRefusedWithoutWriting) {
+  std::vector<std::uint8_t> buffer(GetParam().needed, 0xEE);
+  std::size_t size = GetParam().needed - 1;
+  EXPECT_LMR_FAILURE(LmRContainerReaderGetProperty(reader, GetParam().property, buffer.data(), &size),
+                     LmRStatus::BufferTooSmall, GetParam().message);
+  EXPECT_EQ(buffer, std::vector<std::uint8_t>(GetParam().needed, 0xEE));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Properties, PropertyBufferOneByteShortTest,
+    ::testing::Values(ShortBufferCase{"FlowSetCount", LmRProperty::FlowSetCount, 8,
+                                      "given buffer is not big enough to hold the property"},
+                      ShortBufferCase{"FlowSizes", LmRProperty::FlowSizes, 24,
+                                      "given buffer is not big enough to hold the flow sizes"},
+                      ShortBufferCase{"PrefetchDescriptor", LmRProperty::PrefetchDescriptor, kDescriptor.size(),
+                                      "given buffer is not big enough to hold the prefetch descriptor"},
+                      ShortBufferCase{"DataFileCount", LmRProperty::DataFileCount, 8,
+                                      "given buffer is not big enough to hold the property"},
+                      ShortBufferCase{"FixedFlowSizes", LmRProperty::FixedFlowSizes, 1,
+                                      "given buffer is not big enough to hold the property"}),
+    [](const auto& info) { return info.param.name; });
+
+TEST_F(OpenedRecordingTest, UnknownPropertyIsRefused) {
+  std::size_t size = 0;
+  for (const std::uint32_t id : {5u, 0xFFFFFFFFu}) {
+    EXPECT_LMR_FAILURE(LmRContainerReaderGetProperty(reader, static_cast<LmRProperty>(id), nullptr, &size),
+                       LmRStatus::InvalidParameter, "unknown container reader property");
+  }
+}
+
+TEST_F(OpenedRecordingTest, NullSizePointerIsRefused) {
+  EXPECT_LMR_FAILURE(LmRContainerReaderGetProperty(reader, LmRProperty::FlowSizes, nullptr, nullptr),
+                     LmRStatus::InvalidParameter, "size pointer must not be null");
+}
+
+TEST_F(OpenedRecordingTest, NullOutputPointersAreRefused) {
+  LmRFlowSetViewHandle view = nullptr;
+  EXPECT_LMR_FAILURE(LmRContainerReaderCreateView(reader, 0, nullptr), LmRStatus::InvalidParameter,
+                     "output pointer must not be null");
+  ASSERT_EQ(LmRContainerReaderCreateView(reader, 0, &view), LmRStatus::Success);
+  std::uint64_t size = 0;
+  const void* data = nullptr;
+  EXPECT_LMR_FAILURE(LmRFlowSetViewFlowCount(view, nullptr), LmRStatus::InvalidParameter,
+                     "output pointer must not be null");
+  EXPECT_LMR_FAILURE(LmRFlowSetViewGetFlow(view, 0, nullptr, &size), LmRStatus::InvalidParameter,
+                     "output pointer must not be null");
+  EXPECT_LMR_FAILURE(LmRFlowSetViewGetFlow(view, 0, &data, nullptr), LmRStatus::InvalidParameter,
+                     "output pointer must not be null");
+  EXPECT_LMR_FAILURE(LmRCreateContainerReader(nullptr, &reader), LmRStatus::InvalidParameter,
+                     "InfoFile path must not be null");
+  EXPECT_LMR_FAILURE(LmRCreateContainerReader((dir / "rec.info").c_str(), nullptr), LmRStatus::InvalidParameter,
+                     "output pointer must not be null");
+  EXPECT_EQ(LmRFlowSetViewRelease(view), LmRStatus::Success);
+}
+
+TEST_F(OpenedRecordingTest, ReleasedReaderHandleIsInvalidEverywhere) {
+  const auto released = reader;
+  ASSERT_EQ(LmRContainerReaderRelease(released), LmRStatus::Success);
+  reader = nullptr;
+  // A new reader must not bring the old handle back to life.
+  LmRContainerReaderHandle other = nullptr;
+  ASSERT_EQ(LmRCreateContainerReader((dir / "rec.info").c_str(), &other), LmRStatus::Success);
+  EXPECT_NE(other, released);
+
+  std::size_t size = 0;
+  LmRFlowSetViewHandle view = nullptr;
+  EXPECT_LMR_FAILURE(LmRContainerReaderGetProperty(released, LmRProperty::FlowSizes, nullptr, &size),
+                     LmRStatus::InvalidHandle, "ContainerReader handle invalid");
+  EXPECT_LMR_FAILURE(LmRContainerReaderCreateView(released, 0, &view), LmRStatus::InvalidHandle,
+                     "ContainerReader handle invalid");
+  EXPECT_LMR_FAILURE(LmRContainerReaderRelease(released), LmRStatus::InvalidHandle, "ContainerReader handle invalid");
+  EXPECT_EQ(LmRContainerReaderRelease(other), LmRStatus::Success);
+}
+
+TEST_F(OpenedRecordingTest, HandlesOfTheOtherKindOrMadeUpAreInvalid) {
+  LmRFlowSetViewHandle view = nullptr;
+  ASSERT_EQ(LmRContainerReaderCreateView(reader, 0, &view), LmRStatus::Success);
+  std::size_t size = 0;
+  std::uint64_t count = 0;
+  const auto viewAsReader = reinterpret_cast<LmRContainerReaderHandle>(view);
+  const auto readerAsView = reinterpret_cast<LmRFlowSetViewHandle>(reader);
+  EXPECT_LMR_FAILURE(LmRContainerReaderGetProperty(viewAsReader, LmRProperty::FlowSizes, nullptr, &size),
+                     LmRStatus::InvalidHandle, "ContainerReader handle invalid");
+  EXPECT_LMR_FAILURE(LmRContainerReaderRelease(viewAsReader), LmRStatus::InvalidHandle,
+                     "ContainerReader handle invalid");
+  EXPECT_LMR_FAILURE(LmRFlowSetViewFlowCount(readerAsView, &count), LmRStatus::InvalidHandle, "View handle invalid");
+  EXPECT_LMR_FAILURE(LmRFlowSetViewRelease(readerAsView), LmRStatus::InvalidHandle, "View handle invalid");
+  for (const auto made : {std::uintptr_t{0}, std::uintptr_t{0xDEADBEEF}, ~std::uintptr_t{0}}) {
+    EXPECT_LMR_FAILURE(LmRFlowSetViewMoveTo(reinterpret_cast<LmRFlowSetViewHandle>(made), 0), LmRStatus::InvalidHandle,
+                       "View handle invalid");
+    EXPECT_LMR_FAILURE(LmRContainerReaderCreateView(reinterpret_cast<LmRContainerReaderHandle>(made), 0, &view),
+                       LmRStatus::InvalidHandle, "ContainerReader handle invalid");
+  }
+  EXPECT_EQ(LmRFlowSetViewRelease(reinterpret_cast<LmRFlowSetViewHandle>(viewAsReader)), LmRStatus::Success);
+}
+
+TEST_F(OpenedRecordingTest, ReleasedViewHandleIsInvalid) {
+  LmRFlowSetViewHandle view = nullptr;
+  ASSERT_EQ(LmRContainerReaderCreateView(reader, 0, &view), LmRStatus::Success);
+  ASSERT_EQ(LmRFlowSetViewRelease(view), LmRStatus::Success);
+  const void* data = nullptr;
+  std::uint64_t size = 0;
+  EXPECT_LMR_FAILURE(LmRFlowSetViewGetFlow(view, 0, &data, &size), LmRStatus::InvalidHandle, "View handle invalid");
+  EXPECT_LMR_FAILURE(LmRFlowSetViewRelease(view), LmRStatus::InvalidHandle, "View handle invalid");
+}
+
+// A view keeps the mapping alive: reading it after its reader is released must not touch unmapped
+// memory (the sanitizers or a fault would catch it).
+TEST_F(OpenedRecordingTest, ViewOutlivesItsReleasedReader) {
+  LmRFlowSetViewHandle view = nullptr;
+  ASSERT_EQ(LmRContainerReaderCreateView(reader, 2, &view), LmRStatus::Success);
+  ASSERT_EQ(LmRContainerReaderRelease(reader), LmRStatus::Success);
+  reader = nullptr;
+  ASSERT_EQ(LmRFlowSetViewMoveTo(view, 1), LmRStatus::Success);
+  const void* data = nullptr;
+  std::uint64_t size = 0;
+  ASSERT_EQ(LmRFlowSetViewGetFlow(view, 2, &data, &size), LmRStatus::Success);
+  ASSERT_EQ(size, 4u);
+  EXPECT_EQ(static_cast<const std::uint8_t*>(data)[3], patternByte(1, 24 + 3));
+  EXPECT_EQ(LmRFlowSetViewRelease(view), LmRStatus::Success);
+}
+
+// One thread replays while another keeps opening and releasing views and readers of the same
+// recording: the handle table and the shared mappings must hold up (ThreadSanitizer watches).
+TEST_F(OpenedRecordingTest, ConcurrentViewsOfOneReaderReplayIndependently) {
+  auto replay = [this](std::uint64_t first) {
+    LmRFlowSetViewHandle view = nullptr;
+    ASSERT_EQ(LmRContainerReaderCreateView(reader, first, &view), LmRStatus::Success);
+    for (std::uint64_t run = 0; run < 300; ++run) {
+      const auto flowSet = (first + run) % 3;
+      ASSERT_EQ(LmRFlowSetViewMoveTo(view, flowSet), LmRStatus::Success);
+      const void* data = nullptr;
+      std::uint64_t size = 0;
+      ASSERT_EQ(LmRFlowSetViewGetFlow(view, 1, &data, &size), LmRStatus::Success);
+      ASSERT_EQ(static_cast<const std::uint8_t*>(data)[0], patternByte(flowSet, 16));
+    }
+    EXPECT_EQ(LmRFlowSetViewRelease(view), LmRStatus::Success);
+  };
+  std::thread first(replay, 0);
+  std::thread second(replay, 2);
+  first.join();
+  second.join();
+}
+
+TEST_F(OpenedRecordingTest, WidePathIsReadAsUnicode) {
+  const std::string utf8Stem = "aufnahme-\xc3\xbc";
+  std::filesystem::copy_file(dir / "rec.info", dir / (utf8Stem + ".info"));
+  std::filesystem::copy_file(dir / "rec-000000.gdcs", dir / (utf8Stem + "-000000.gdcs"));
+  std::filesystem::copy_file(dir / "rec-000001.gdcs", dir / (utf8Stem + "-000001.gdcs"));
+  const auto directory = dir.path().string();
+  const std::wstring wide = std::wstring(directory.begin(), directory.end()) + L"/aufnahme-\u00fc.info";
+  LmRContainerReaderHandle other = nullptr;
+  ASSERT_EQ(LmRCreateContainerReaderW(wide.c_str(), &other), LmRStatus::Success) << LmRGetLastErrorMessage();
+  EXPECT_EQ(LmRContainerReaderRelease(other), LmRStatus::Success);
+
+  const wchar_t loneSurrogate[] = {L'a', static_cast<wchar_t>(0xD800), 0};
+  EXPECT_LMR_FAILURE(LmRCreateContainerReaderW(loneSurrogate, &other), LmRStatus::InvalidParameter,
+                     "InfoFile path is not valid Unicode");
+}
+
+TEST(LmRLibraryTest, VersionIs100) { EXPECT_STREQ(LmRGetLibraryVersion(), "1.0.0"); }
+
+TEST(LmRLibraryTest, EachThreadReadsItsOwnLastError) {
+  LmRFlowSetViewHandle view = nullptr;
+  EXPECT_EQ(LmRFlowSetViewRelease(view), LmRStatus::InvalidHandle);
+  std::thread other([] {
+    std::size_t size = 0;
+    EXPECT_EQ(LmRContainerReaderGetProperty(nullptr, LmRProperty::FlowSizes, nullptr, &size), LmRStatus::InvalidHandle);
+    EXPECT_STREQ(LmRGetLastErrorMessage(), "ContainerReader handle invalid");
+  });
+  other.join();
+  EXPECT_STREQ(LmRGetLastErrorMessage(), "View handle invalid");
+}
+
+struct Thrown {};
+
+TEST(LmRLibraryTest, FrameSortsFailuresIntoTheThreeKinds) {
+  EXPECT_EQ(LmR::LastError::guard([] { throw LmR::Error(LmRStatus::InvalidIndex, "own text"); }),
+            LmRStatus::InvalidIndex);
+  EXPECT_STREQ(LmRGetLastErrorMessage(), "own text");
+  EXPECT_EQ(LmR::LastError::guard([] { throw std::length_error("vector"); }), LmRStatus::Error);
+  EXPECT_STREQ(LmRGetLastErrorMessage(), "unknown exception");
+  EXPECT_EQ(LmR::LastError::guard([] { throw Thrown{}; }), LmRStatus::Error);
+  EXPECT_STREQ(LmRGetLastErrorMessage(), "unknown (catch(...)) error occured");
+  EXPECT_EQ(LmR::LastError::guard([] {}), LmRStatus::Success);
+  EXPECT_STREQ(LmRGetLastErrorMessage(), "unknown (catch(...)) error occured");
+}
+
+}  // namespace
+}  // namespace lumo::mockTL::testing

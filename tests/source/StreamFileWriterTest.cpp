@@ -1,0 +1,114 @@
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+#include <vector>
+
+#include "source/ContainerReader.h"
+#include "source/LmRInfoFile.h"
+#include "source/RecordingFiles.h"
+#include "source/StreamFileWriter.h"
+
+namespace lumo::mockTL::testing {
+namespace {
+
+// The flows of global flow set `flowSet` with the given sizes, in the test pattern.
+std::vector<std::vector<std::uint8_t>> patternFlows(std::uint64_t flowSet, const std::vector<std::uint64_t>& sizes) {
+  std::vector<std::vector<std::uint8_t>> flows;
+  std::uint64_t offset = 0;
+  for (const auto size : sizes) {
+    auto& flow = flows.emplace_back();
+    for (std::uint64_t i = 0; i < size; ++i) flow.push_back(patternByte(flowSet, offset + i));
+    offset += size;
+  }
+  return flows;
+}
+
+void append(LmR::StreamFileWriter& writer, const std::vector<std::vector<std::uint8_t>>& flows) {
+  std::vector<LmR::Flow> records;
+  for (const auto& flow : flows) records.push_back({flow.data(), flow.size()});
+  writer.append(records);
+}
+
+TEST(StreamFileWriterTest, InfoFileHasTheExactLayout) {
+  TemporaryDirectory dir;
+  {
+    LmR::StreamFileWriter writer(dir / "rec.info", {4, 2}, {9, 8, 7}, 2);
+    for (std::uint64_t flowSet = 0; flowSet < 3; ++flowSet) append(writer, patternFlows(flowSet, {4, 2}));
+    writer.finish();
+  }
+  EXPECT_EQ(readFile(dir / "rec.info"), infoFileBytes(true, {4, 2}, {12, 6}, {2, 1}, {9, 8, 7}));
+  EXPECT_EQ(readFile(dir / "rec-000000.gdcs"), patternFlowSets(0, 2, 6));
+  EXPECT_EQ(readFile(dir / "rec-000001.gdcs"), patternFlowSets(2, 1, 6));
+  EXPECT_FALSE(std::filesystem::exists(dir / "rec-000002.gdcs"));
+}
+
+TEST(StreamFileWriterTest, ReplayReturnsEveryFlowByteForByte) {
+  TemporaryDirectory dir;
+  const std::vector<std::uint64_t> sizes = {1000, 0, 333, 7};
+  {
+    LmR::StreamFileWriter writer(dir / "capture.info", sizes, {1, 2, 3, 4}, 3);
+    for (std::uint64_t flowSet = 0; flowSet < 10; ++flowSet) append(writer, patternFlows(flowSet, sizes));
+    EXPECT_EQ(writer.flowSetCount(), 10u);
+  }  // the destructor finishes the recording
+
+  ContainerReader reader(dir / "capture.info");
+  EXPECT_EQ(reader.frameCount(), 10u);
+  EXPECT_EQ(reader.dataFileCount(), 4u);
+  EXPECT_EQ(reader.flowSizes(), sizes);
+  EXPECT_EQ(reader.prefetchDescriptor(), (std::vector<std::uint8_t>{1, 2, 3, 4}));
+  EXPECT_TRUE(reader.fixedFlowSizes());
+  for (const std::uint64_t flowSet : {9, 0, 4, 3, 2}) {
+    const auto expected = patternFlows(flowSet, sizes);
+    const auto flows = reader.flowsOf(flowSet);
+    ASSERT_EQ(flows.size(), sizes.size());
+    for (std::size_t i = 0; i < flows.size(); ++i) {
+      EXPECT_EQ(std::vector<std::uint8_t>(flows[i].data, flows[i].data + flows[i].size), expected[i])
+          << "flow set " << flowSet << " flow " << i;
+    }
+  }
+}
+
+TEST(StreamFileWriterTest, EmptyRecordingOpensWithNoFlowSets) {
+  TemporaryDirectory dir;
+  LmR::StreamFileWriter(dir / "rec.info", {8}, {}, 5).finish();
+  ContainerReader reader(dir / "rec.info");
+  EXPECT_EQ(reader.frameCount(), 0u);
+  EXPECT_EQ(reader.dataFileCount(), 0u);
+}
+
+TEST(StreamFileWriterTest, WrongShapedFlowSetIsRefusedAndLeavesTheRecordingIntact) {
+  TemporaryDirectory dir;
+  LmR::StreamFileWriter writer(dir / "rec.info", {4, 2}, {}, 2);
+  append(writer, patternFlows(0, {4, 2}));
+  EXPECT_THROW(append(writer, patternFlows(1, {4})), std::invalid_argument);
+  EXPECT_THROW(append(writer, patternFlows(1, {4, 3})), std::invalid_argument);
+  const std::uint8_t four[4] = {};
+  const std::vector<LmR::Flow> missingData = {{four, 4}, {nullptr, 2}};
+  EXPECT_THROW(writer.append(missingData), std::invalid_argument);
+  append(writer, patternFlows(1, {4, 2}));
+  writer.finish();
+  EXPECT_THROW(append(writer, patternFlows(2, {4, 2})), std::logic_error);
+  EXPECT_EQ(readFile(dir / "rec-000000.gdcs"), patternFlowSets(0, 2, 6));
+}
+
+TEST(StreamFileWriterTest, RefusesDataFilesWithoutFlowSetsAndOverflowingFlowSizes) {
+  TemporaryDirectory dir;
+  EXPECT_THROW(LmR::StreamFileWriter(dir / "rec.info", {4}, {}, 0), std::invalid_argument);
+  EXPECT_THROW(LmR::StreamFileWriter(dir / "rec.info", {~std::uint64_t{0}, 1}, {}, 1), std::invalid_argument);
+}
+
+TEST(StreamFileWriterTest, UnwritableDirectoryFailsAtTheFirstFlowSet) {
+  TemporaryDirectory dir;
+  LmR::StreamFileWriter writer(dir / "missing" / "rec.info", {1}, {}, 1);
+  EXPECT_THROW(append(writer, patternFlows(0, {1})), std::runtime_error);
+}
+
+TEST(DataFileNameTest, StemGetsANumberOfAtLeastSixDigits) {
+  EXPECT_EQ(LmR::InfoFile::dataFilePath("rec/capture", 1), "rec/capture-000001.gdcs");
+  EXPECT_EQ(LmR::InfoFile::dataFilePath("rec/capture.info", 0), "rec/capture-000000.gdcs");
+  EXPECT_EQ(LmR::InfoFile::dataFilePath("rec/cap.v2.info", 42), "rec/cap.v2-000042.gdcs");
+  EXPECT_EQ(LmR::InfoFile::dataFilePath("capture", 1234567), "capture-1234567.gdcs");
+}
+
+}  // namespace
+}  // namespace lumo::mockTL::testing
