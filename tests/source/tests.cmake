@@ -1,0 +1,2 @@
+list(APPEND LMMOCKTL_UNIT_TESTS
+  "${CMAKE_CURRENT_LIST_DIR}/GeneratedSourceTest.cpp")
