@@ -53,9 +53,11 @@ void copySinglePlane(const Layout& layout, const ImageGeometry& geometry, const 
     std::memcpy(out, plane.base, std::size_t{geometry.width} * geometry.height * sizeof(Sample));
     return;
   }
+  const std::ptrdiff_t xStep = plane.xIncrement * static_cast<std::ptrdiff_t>(sizeof(Sample));
   for (std::uint32_t y = 0; y < geometry.height; ++y) {
-    for (std::uint32_t x = 0; x < geometry.width; ++x, out += sizeof(Sample)) {
-      storeSample(out, static_cast<Sample>(loadNativeSample<Sample>(sampleAt<Sample>(plane, x, y)) << layout.shift));
+    const std::byte* in = sampleAt<Sample>(plane, 0, y);
+    for (std::uint32_t x = 0; x < geometry.width; ++x, in += xStep, out += sizeof(Sample)) {
+      storeSample(out, static_cast<Sample>(loadNativeSample<Sample>(in) << layout.shift));
     }
   }
 }
@@ -73,11 +75,22 @@ void copyColour(const ImageGeometry& geometry, const std::array<LinearPlane, 3>&
     std::memcpy(out, planes[0].base, std::size_t{geometry.width} * geometry.height * 3 * sizeof(Sample));
     return;
   }
+  // Plain locals, not arrays: byte stores may alias any memory, so array elements would be
+  // reloaded after every sample.
+  const std::ptrdiff_t step0 = planes[0].xIncrement * step;
+  const std::ptrdiff_t step1 = planes[1].xIncrement * step;
+  const std::ptrdiff_t step2 = planes[2].xIncrement * step;
   for (std::uint32_t y = 0; y < geometry.height; ++y) {
-    for (std::uint32_t x = 0; x < geometry.width; ++x, out += Components * sizeof(Sample)) {
-      for (std::size_t c = 0; c < 3; ++c) {
-        storeSample(out + c * sizeof(Sample), loadNativeSample<Sample>(sampleAt<Sample>(planes[c], x, y)));
-      }
+    const std::byte* in0 = sampleAt<Sample>(planes[0], 0, y);
+    const std::byte* in1 = sampleAt<Sample>(planes[1], 0, y);
+    const std::byte* in2 = sampleAt<Sample>(planes[2], 0, y);
+    for (std::uint32_t x = 0; x < geometry.width; ++x, out += Components * step) {
+      storeSample(out, loadNativeSample<Sample>(in0));
+      storeSample(out + step, loadNativeSample<Sample>(in1));
+      storeSample(out + 2 * step, loadNativeSample<Sample>(in2));
+      in0 += step0;
+      in1 += step1;
+      in2 += step2;
     }
   }
 }
