@@ -16,8 +16,8 @@ constexpr auto G = Layout::Green;
 constexpr auto B = Layout::Blue;
 constexpr auto A = Layout::Alpha;
 
-// The generated colour, 8-bit red, green, blue; chosen so that no two channels are equal and a
-// swapped channel order is visible in every sample.
+// The generated colour, 8-bit red, green, blue. Its channels differ, so a swapped component order
+// shows in every sample.
 constexpr std::array<std::uint8_t, 3> kColour{55, 161, 102};
 
 constexpr Layout ramp(std::uint32_t code, std::uint8_t bytes, std::uint8_t shift) {

@@ -11,27 +11,16 @@
 #include "source/GeneratedSource.h"
 #include "source/Pfnc.h"
 #include "source/PixelFormatLayout.h"
+#include "support/StaleBuffer.h"
 
 namespace lumo::mockTL {
 namespace {
-
-constexpr std::byte kStale{0xEE};
-
-// A buffer as the consumer hands it over: it holds old data, here kStale, and may be larger than
-// the payload.
-std::vector<std::byte> staleBuffer(std::size_t size) { return std::vector<std::byte>(size, kStale); }
 
 std::vector<std::byte> generate(const ImageGeometry& geometry, std::size_t extra = 0) {
   std::vector<std::byte> buffer = staleBuffer(static_cast<std::size_t>(geometry.payloadSize()) + extra);
   GeneratedSource source;
   EXPECT_TRUE(source.fill(geometry, buffer));
   return buffer;
-}
-
-std::uint16_t sampleAt(const std::vector<std::byte>& buffer, std::size_t offset, std::size_t bytes) {
-  std::uint16_t value = std::to_integer<std::uint16_t>(buffer.at(offset));
-  if (bytes == 2) value |= static_cast<std::uint16_t>(std::to_integer<std::uint16_t>(buffer.at(offset + 1)) << 8);
-  return value;
 }
 
 // One pixel of a generated image: its samples in memory order (alpha, when present, must still hold
@@ -85,10 +74,7 @@ INSTANTIATE_TEST_SUITE_P(Formats, GeneratedPixel,
                                          PixelCase{"RGBa8KeepsAlpha", RGBa8, 3, 2, 1, 1, 1, {55, 161, 102, 0xEE}},
                                          PixelCase{"BGRa8KeepsAlpha", BGRa8, 3, 2, 2, 0, 1, {102, 161, 55, 0xEE}},
                                          PixelCase{"RGB10", RGB10, 2, 2, 1, 1, 2, {220, 644, 408}},
-                                         PixelCase{"BGR10", BGR10, 2, 2, 0, 1, 2, {408, 644, 220}},
-                                         PixelCase{"RGB12", RGB12, 2, 2, 1, 0, 2, {880, 2576, 1632}},
                                          PixelCase{"BGR12", BGR12, 2, 2, 1, 0, 2, {1632, 2576, 880}},
-                                         PixelCase{"RGB14", RGB14, 2, 2, 1, 0, 2, {3520, 10304, 6528}},
                                          PixelCase{"BGR14", BGR14, 2, 2, 1, 0, 2, {6528, 10304, 3520}},
                                          PixelCase{"RGB16", RGB16, 2, 2, 1, 1, 2, {14080, 41216, 26112}},
                                          PixelCase{"BGR16", BGR16, 2, 2, 1, 1, 2, {26112, 41216, 14080}},
@@ -200,12 +186,6 @@ TEST(GeneratedImage, Mono10pPacksFourSamplesIntoFiveBytesLowBitsFirst) {
                                            std::byte{0x03}}));
 }
 
-TEST(GeneratedImage, Mono12pPacksTwoSamplesIntoThreeBytesLowBitsFirst) {
-  // Samples 0, 16 (ramp 0, 1 shifted by 4): 0 | 16 << 12 = 0x010000.
-  const std::vector<std::byte> image = generate({Mono12p, 2, 1, 0, 0});
-  EXPECT_EQ(image, (std::vector<std::byte>{std::byte{0x00}, std::byte{0x00}, std::byte{0x01}}));
-}
-
 TEST(GeneratedImage, PartialPackedGroupIsWrittenOnlyUpToThePayload) {
   // Five 10-bit samples are 50 bits, a payload of 6 bytes: the fifth sample keeps its low 8 bits.
   const ImageGeometry geometry{Mono10p, 5, 1, 0, 0};
@@ -312,17 +292,6 @@ INSTANTIATE_TEST_SUITE_P(Changes, GeneratedSourceSettingsChange,
                                          SettingsChange{"ToPacked", {Mono12, 8, 4, 0, 0}, {Mono12p, 8, 4, 0, 0}},
                                          SettingsChange{"FromAlpha", {RGBa8, 8, 4, 0, 0}, {RGB8, 8, 4, 0, 0}}),
                          [](const testing::TestParamInfo<SettingsChange>& info) { return info.param.name; });
-
-TEST(GeneratedSource, FillAfterReleaseRendersAgain) {
-  GeneratedSource source;
-  const ImageGeometry geometry{Mono10, 8, 4, 1, 1};
-  std::vector<std::byte> buffer = staleBuffer(static_cast<std::size_t>(geometry.payloadSize()));
-  ASSERT_TRUE(source.fill(geometry, buffer));
-  source.release();
-  buffer = staleBuffer(buffer.size());
-  ASSERT_TRUE(source.fill(geometry, buffer));
-  EXPECT_EQ(buffer, generate(geometry));
-}
 
 }  // namespace
 }  // namespace lumo::mockTL

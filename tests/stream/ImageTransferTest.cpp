@@ -17,15 +17,13 @@
 #include "source/PixelFormatLayout.h"
 #include "stream/ImageTransfer.h"
 #include "support/PrintImageGeometry.h"
+#include "support/StaleBuffer.h"
 
 namespace lumo::mockTL {
 namespace {
 
 using namespace pfnc;
 using Arrangement = MemoryImage::Arrangement;
-constexpr std::byte kStale{0xEE};
-
-std::vector<std::byte> staleBuffer(std::size_t size) { return std::vector<std::byte>(size, kStale); }
 
 // A distinct value for every sample of every plane, so that a swapped plane, a transposed access
 // or a wrong line stride shows.
@@ -54,12 +52,6 @@ std::shared_ptr<MemoryImage> makeImage(std::uint32_t width, std::uint32_t height
     }
   }
   return image;
-}
-
-std::uint16_t sampleAt(const std::vector<std::byte>& buffer, std::size_t offset, std::size_t bytes) {
-  std::uint16_t value = std::to_integer<std::uint16_t>(buffer.at(offset));
-  if (bytes == 2) value |= static_cast<std::uint16_t>(std::to_integer<std::uint16_t>(buffer.at(offset + 1)) << 8);
-  return value;
 }
 
 std::vector<std::byte> transfer(const ImageGeometry& geometry, const SourceImage* image) {
