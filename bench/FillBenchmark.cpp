@@ -1,0 +1,107 @@
+// Fill throughput of the image writers for a 1920 x 1080 stream, per pixel-format family, as a
+// ratio to memcpy of the same number of bytes measured in the same run. Exits with 1 when a family
+// misses its target, so that a slow change shows.
+#include <algorithm>
+#include <chrono>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <functional>
+#include <memory>
+#include <span>
+#include <vector>
+
+#include "source/GeneratedSource.h"
+#include "source/MemoryImage.h"
+#include "source/Pfnc.h"
+#include "stream/ImageTransfer.h"
+
+namespace {
+
+using namespace lumo::mockTL;
+using Clock = std::chrono::steady_clock;
+
+constexpr std::uint32_t kWidth = 1920;
+constexpr std::uint32_t kHeight = 1080;
+constexpr int kRounds = 9;
+// A stream fills its buffers in turn; several destinations keep the copy from staying in cache
+// more than a real stream's would.
+constexpr std::size_t kBuffers = 3;
+
+struct Family {
+  const char* name;
+  std::uint32_t format;
+  double target;  // 0: measured for information only
+  bool fromImage;
+};
+
+// Seconds per operation: the median over rounds, each round long enough to swamp timer noise.
+double secondsPerOperation(std::size_t bytes, const std::function<void(std::size_t)>& operation) {
+  const std::size_t repeats = std::max<std::size_t>(8, (std::size_t{256} << 20) / bytes);
+  std::vector<double> rounds;
+  for (int round = 0; round < kRounds; ++round) {
+    const auto start = Clock::now();
+    for (std::size_t i = 0; i < repeats; ++i) operation(i % kBuffers);
+    rounds.push_back(std::chrono::duration<double>(Clock::now() - start).count() / static_cast<double>(repeats));
+  }
+  std::nth_element(rounds.begin(), rounds.begin() + kRounds / 2, rounds.end());
+  return rounds[kRounds / 2];
+}
+
+std::shared_ptr<SourceImage> imageFor(std::uint32_t format) {
+  const bool colour = format == pfnc::RGB8;
+  auto image = std::make_shared<MemoryImage>(kWidth, kHeight, colour ? 3 : 1, PlaneDataType{8, false},
+                                             MemoryImage::Arrangement::Planar);
+  for (std::size_t i = 0; i < image->size(); ++i) image->data()[i] = static_cast<std::byte>(i * 7);
+  return image;
+}
+
+}  // namespace
+
+int main() {
+  const Family families[] = {
+      {"Mono8 ramp", pfnc::Mono8, 0.8, false},
+      {"Mono10..16 ramp", pfnc::Mono12, 0.8, false},
+      {"Bayer8 mosaic", pfnc::BayerRG8, 0.8, false},
+      {"Bayer10..16 mosaic", pfnc::BayerGB12, 0.8, false},
+      {"RGB8/BGR8", pfnc::BGR8, 0.8, false},
+      {"RGB10..16/BGR10..16", pfnc::RGB16, 0.8, false},
+      {"RGBa8/BGRa8 (alpha kept)", pfnc::RGBa8, 0.5, false},
+      {"RGBa10..16/BGRa10..16", pfnc::BGRa12, 0.5, false},
+      {"10p packed", pfnc::Mono10p, 0.5, false},
+      {"12p packed", pfnc::BayerRG12p, 0.5, false},
+      {"Mono8 image copy", pfnc::Mono8, 0, true},
+      {"RGB8 planar image copy", pfnc::RGB8, 0, true},
+  };
+
+  std::printf("fill throughput, %u x %u, median of %d rounds, ratio = memcpy time / fill time\n\n", kWidth, kHeight,
+              kRounds);
+  std::printf("%-26s %10s %11s %12s %12s %7s %7s\n", "family", "bytes", "first ms", "fill GB/s", "memcpy GB/s", "ratio",
+              "target");
+  bool allMet = true;
+  for (const Family& family : families) {
+    const ImageGeometry geometry{family.format, kWidth, kHeight, 0, 0};
+    const auto bytes = static_cast<std::size_t>(geometry.payloadSize());
+    std::vector<std::vector<std::byte>> buffers(kBuffers, std::vector<std::byte>(bytes, std::byte{1}));
+    std::vector<std::byte> source(bytes, std::byte{2});
+    const std::shared_ptr<SourceImage> image = family.fromImage ? imageFor(family.format) : nullptr;
+    GeneratedSource generated;
+
+    const auto firstStart = Clock::now();
+    writeImageData(geometry, buffers[0], image.get(), generated);
+    const double firstMs = std::chrono::duration<double, std::milli>(Clock::now() - firstStart).count();
+
+    const double copy =
+        secondsPerOperation(bytes, [&](std::size_t b) { std::memcpy(buffers[b].data(), source.data(), bytes); });
+    const double fill = secondsPerOperation(
+        bytes, [&](std::size_t b) { writeImageData(geometry, buffers[b], image.get(), generated); });
+    const double ratio = copy / fill;
+    const bool met = ratio >= family.target;
+    allMet = allMet && met;
+    char target[16] = "-";
+    if (family.target > 0) std::snprintf(target, sizeof target, "%.1f%s", family.target, met ? "" : " MISS");
+    std::printf("%-26s %10zu %11.2f %12.2f %12.2f %7.2f %7s\n", family.name, bytes, firstMs, bytes / fill / 1e9,
+                bytes / copy / 1e9, ratio, target);
+  }
+  return allMet ? 0 : 1;
+}
