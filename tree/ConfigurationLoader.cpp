@@ -83,11 +83,8 @@ void applyStream(const json& object, StreamConfiguration& stream) {
   }
   stream.width = object.value("Width", stream.width);
   stream.height = object.value("Height", stream.height);
-  // An unknown name clears the format instead of keeping the previous one.
-  const auto format = object.value("PixelFormat", std::string());
-  if (!format.empty()) {
-    stream.pixelFormat = pixelFormatCode(format);
-  }
+  // A name outside the table stores 0, like no name at all: the format is never half-known.
+  stream.pixelFormat = pixelFormatCode(object.value("PixelFormat", std::string()));
 }
 
 void applyDevice(const json& object, DeviceConfiguration& device) {

@@ -170,7 +170,7 @@ INSTANTIATE_TEST_SUITE_P(Table, PixelFormatName,
                                            FormatCase{"FormatOutsideTheTable", R"("PixelFormat": "Mono10")", 0},
                                            FormatCase{"NamesAreCaseSensitive", R"("PixelFormat": "mono8")", 0},
                                            FormatCase{"NoFormatInTheFile", "", 0},
-                                           FormatCase{"EmptyNameKeepsTheFileDefault", R"("PixelFormat": "")", 0}),
+                                           FormatCase{"EmptyNameStoresNoFormat", R"("PixelFormat": "")", 0}),
                          [](const auto& info) { return std::string(info.param.name); });
 
 struct BrokenCase {

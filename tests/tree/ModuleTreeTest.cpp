@@ -2,10 +2,12 @@
 // sessions.
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cstdint>
 #include <cstring>
 #include <filesystem>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "support/ConsumerSession.h"
@@ -221,6 +223,38 @@ TEST_F(ModuleTree, ConfigurationFileShapesTheTree) {
   const IF_HANDLE right = openInterface(system, "Right");
   ASSERT_EQ(gentl.IFUpdateDeviceList(right, nullptr, 0), GC_ERR_SUCCESS);
   EXPECT_TRUE(deviceIds(right).empty());
+}
+
+TEST_F(ModuleTree, ConcurrentConsumersShareOneTree) {
+  const TL_HANDLE system = openSystem();
+  const IF_HANDLE iface = openInterface(system);
+  std::atomic<int> opened{0};
+  std::vector<std::thread> consumers;
+  for (int t = 0; t < 4; ++t) {
+    consumers.emplace_back([&] {
+      // All threads race for the first update; exactly one list may come of it.
+      EXPECT_EQ(gentl.IFUpdateDeviceList(iface, nullptr, 0), GC_ERR_SUCCESS);
+      for (int i = 0; i < 50; ++i) {
+        DEV_HANDLE device = nullptr;
+        if (gentl.IFOpenDevice(iface, "MyDevice0", DEVICE_ACCESS_EXCLUSIVE, &device) == GC_ERR_SUCCESS) {
+          ++opened;
+          uint32_t streams = 0;
+          EXPECT_EQ(gentl.DevGetNumDataStreams(device, &streams), GC_ERR_SUCCESS);
+          EXPECT_EQ(gentl.DevClose(device), GC_ERR_SUCCESS);
+        }
+        uint32_t count = 0;
+        EXPECT_EQ(gentl.IFGetNumDevices(iface, &count), GC_ERR_SUCCESS);
+        EXPECT_EQ(count, 1u);
+        INFO_DATATYPE type = 0;
+        size_t size = 0;
+        EXPECT_EQ(gentl.IFGetDeviceInfo(iface, "MyDevice0", DEVICE_INFO_ACCESS_STATUS, &type, nullptr, &size),
+                  GC_ERR_SUCCESS);
+      }
+    });
+  }
+  for (auto& consumer : consumers) consumer.join();
+  EXPECT_GT(opened.load(), 0);
+  EXPECT_EQ(deviceIds(iface), std::vector<std::string>{"MyDevice0"});
 }
 
 // --- Info queries: every command of each export, as a consumer reads them (size, then value). ---
