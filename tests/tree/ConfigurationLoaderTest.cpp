@@ -158,14 +158,7 @@ TEST_P(PixelFormatName, StoresItsCode) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Table, PixelFormatName,
-                         ::testing::Values(FormatCase{"Mono8", R"("PixelFormat": "Mono8")", 0x01080001},
-                                           FormatCase{"Mono16", R"("PixelFormat": "Mono16")", 0x01100007},
-                                           FormatCase{"Mono12p", R"("PixelFormat": "Mono12p")", 0x010C0047},
-                                           FormatCase{"RGB8", R"("PixelFormat": "RGB8")", 0x02180014},
-                                           FormatCase{"RGB10", R"("PixelFormat": "RGB10")", 0x02300018},
-                                           FormatCase{"BayerBG12p", R"("PixelFormat": "BayerBG12p")", 0x010C0053},
-                                           FormatCase{"BayerRG12p", R"("PixelFormat": "BayerRG12p")", 0x010C0059},
-                                           FormatCase{"BayerGB12p", R"("PixelFormat": "BayerGB12p")", 0x010C0055},
+                         ::testing::Values(FormatCase{"Mono12p", R"("PixelFormat": "Mono12p")", 0x010C0047},
                                            FormatCase{"BayerGR12p", R"("PixelFormat": "BayerGR12p")", 0x010C0057},
                                            FormatCase{"FormatOutsideTheTable", R"("PixelFormat": "Mono10")", 0},
                                            FormatCase{"NamesAreCaseSensitive", R"("PixelFormat": "mono8")", 0},

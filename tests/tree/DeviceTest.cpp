@@ -56,14 +56,21 @@ TEST_F(DeviceTest, StreamingModeIsStoredAsWritten) {
   EXPECT_EQ(device->streamingMode(), 1u);
 }
 
-TEST_F(DeviceTest, RecordTextsAreServed) {
-  EXPECT_EQ(readText(*device, 0x1000, 64), "MyDevice0");
-  EXPECT_EQ(readText(*device, 0x1500, 64), "KORVANE IMAGING");
-  EXPECT_EQ(readText(*device, 0x2000, 64), "Mock Camera (Default)");
-  EXPECT_EQ(readText(*device, 0x2500, 64), "MyDevice0");
-  EXPECT_EQ(readText(*device, 0x3000, 64), "1.0");
-  EXPECT_EQ(readText(*device, 0x3500, 64), "MyDevice0");
-  EXPECT_EQ(readText(*device, 0x4000, 256), "MyDevice0");
+TEST_F(DeviceTest, RecordTextsAreServedEachFromItsOwnField) {
+  DeviceConfiguration record{"Id", "Serial", "User", "Display", "Model", "Vendor", "Version", {}};
+  const auto named = Device::create(nullptr, record);
+  EXPECT_EQ(readText(*named, 0x1000, 64), "Id");
+  EXPECT_EQ(readText(*named, 0x1500, 64), "Vendor");
+  EXPECT_EQ(readText(*named, 0x2000, 64), "Model");
+  EXPECT_EQ(readText(*named, 0x2500, 64), "Serial");
+  EXPECT_EQ(readText(*named, 0x3000, 64), "Version");
+  EXPECT_EQ(readText(*named, 0x3500, 64), "User");
+  EXPECT_EQ(readText(*named, 0x4000, 256), "Display");
+  INFO_DATATYPE type = 0;
+  char text[16] = {};
+  std::size_t size = sizeof(text);
+  named->getInfo(DEVICE_INFO_USER_DEFINED_NAME, type, text, size);
+  EXPECT_STREQ(text, "User");
 }
 
 TEST_F(DeviceTest, OpensExclusivelyAndKeepsItsRemoteDeviceAcrossReopening) {

@@ -22,32 +22,30 @@ using testing_support::TemporaryDirectory;
 
 class ModuleTree : public ConsumerSession {
  protected:
-  std::vector<std::string> interfaceIds(TL_HANDLE system) {
-    uint32_t count = 0;
-    EXPECT_EQ(gentl.TLGetNumInterfaces(system, &count), GC_ERR_SUCCESS);
+  // What a consumer enumerates: the count, then every id by index.
+  template <class Count, class Id>
+  std::vector<std::string> enumerate(Count count, Id id) {
+    uint32_t total = 0;
+    EXPECT_EQ(count(&total), GC_ERR_SUCCESS);
     std::vector<std::string> ids;
-    for (uint32_t i = 0; i < count; ++i) {
-      ids.push_back(askText([&](char* text, size_t* size) { return gentl.TLGetInterfaceID(system, i, text, size); }));
+    for (uint32_t i = 0; i < total; ++i) {
+      ids.push_back(askText([&](char* text, size_t* size) { return id(i, text, size); }));
     }
     return ids;
+  }
+  std::vector<std::string> interfaceIds(TL_HANDLE system) {
+    return enumerate(
+        [&](uint32_t* total) { return gentl.TLGetNumInterfaces(system, total); },
+        [&](uint32_t i, char* text, size_t* size) { return gentl.TLGetInterfaceID(system, i, text, size); });
   }
   std::vector<std::string> deviceIds(IF_HANDLE iface) {
-    uint32_t count = 0;
-    EXPECT_EQ(gentl.IFGetNumDevices(iface, &count), GC_ERR_SUCCESS);
-    std::vector<std::string> ids;
-    for (uint32_t i = 0; i < count; ++i) {
-      ids.push_back(askText([&](char* text, size_t* size) { return gentl.IFGetDeviceID(iface, i, text, size); }));
-    }
-    return ids;
+    return enumerate([&](uint32_t* total) { return gentl.IFGetNumDevices(iface, total); },
+                     [&](uint32_t i, char* text, size_t* size) { return gentl.IFGetDeviceID(iface, i, text, size); });
   }
   std::vector<std::string> streamIds(DEV_HANDLE device) {
-    uint32_t count = 0;
-    EXPECT_EQ(gentl.DevGetNumDataStreams(device, &count), GC_ERR_SUCCESS);
-    std::vector<std::string> ids;
-    for (uint32_t i = 0; i < count; ++i) {
-      ids.push_back(askText([&](char* text, size_t* size) { return gentl.DevGetDataStreamID(device, i, text, size); }));
-    }
-    return ids;
+    return enumerate(
+        [&](uint32_t* total) { return gentl.DevGetNumDataStreams(device, total); },
+        [&](uint32_t i, char* text, size_t* size) { return gentl.DevGetDataStreamID(device, i, text, size); });
   }
   int32_t accessStatus(DEV_HANDLE device) {
     int32_t status = -1;
