@@ -1,10 +1,11 @@
-// Library lifecycle and last-error exports.
+// Library lifecycle, library info and last-error exports.
 #include <cstring>
 
 #include "gentl/ErrorFrame.h"
 #include "gentl/GenTL.h"
 #include "gentl/HandleChecks.h"
 #include "gentl/LastErrorStore.h"
+#include "tree/TransportLayer.h"
 
 using namespace lumo::mockTL;
 using error::LastErrorStore;
@@ -23,12 +24,23 @@ GC_API GCCloseLib(void) {
   const GC_ERROR result = error::doReturn([] {
     checks::requireInitialised(LMMOCKTL_BODY(GCCloseLib));
     Library::setInitialised(false);
+    TransportLayer::Shutdown();
   });
   if (result == GC_ERR_SUCCESS) {
     // Errors never survive from one initialised period into the next.
     LastErrorStore::instance().clear();
   }
   return result;
+}
+
+GC_API GCGetInfo(TL_INFO_CMD iInfoCmd, INFO_DATATYPE* piType, void* pBuffer, size_t* piSize) {
+  return error::doReturn([&] {
+    constexpr const char* where = LMMOCKTL_BODY(GCGetInfo);
+    checks::requireInitialised(where);
+    checks::requirePointer(piType, where, "piType <= 0");
+    checks::requirePointer(piSize, where, "piSize < = 0");
+    TransportLayer::GetInfo(iInfoCmd, *piType, pBuffer, *piSize);
+  });
 }
 
 GC_API GCGetLastError(GC_ERROR* piErrorCode, char* sErrorText, size_t* piSize) {

@@ -36,27 +36,38 @@ inline void requirePointer(const void* pointer, const char* where, const char* m
   }
 }
 
-// Resolves a module handle: null test, registry test, then the cast to the class the export
-// expects. The cast looks at what really lives at the address, so a registered handle of another
-// kind fails the after-cast test instead of being used as memory of another layout.
-template <class T>
-T& requireModule(const void* handle, const char* where, const HandleMessages& messages) {
+// The null and registry tests of a module handle. Returns the module, or nullptr when the address
+// is registered but names an event.
+inline Port* requireKnownModule(const void* handle, const char* where, const char* nullMessage,
+                                const char* unknownMessage) {
   if (handle == nullptr) {
-    fail(GC_ERR_INVALID_HANDLE, where, messages.null);
+    fail(GC_ERR_INVALID_HANDLE, where, nullMessage);
   }
   const auto kind = HandleRegistry::KindOf(handle);
   if (!kind) {
-    fail(GC_ERR_INVALID_HANDLE, where, messages.unknown);
+    fail(GC_ERR_INVALID_HANDLE, where, unknownMessage);
   }
-  T* module = nullptr;
-  if (*kind == HandleKind::Module) {
-    // Registered module addresses are Port addresses: the Port constructor registers `this`.
-    module = dynamic_cast<T*>(static_cast<Port*>(const_cast<void*>(handle)));
+  // Registered module addresses are Port addresses: the Port constructor registers `this`.
+  return *kind == HandleKind::Module ? static_cast<Port*>(const_cast<void*>(handle)) : nullptr;
+}
+
+// The cast to the class the export expects. It looks at what really lives at the address, so a
+// registered handle of another kind fails here instead of being used as memory of another layout.
+template <class T>
+T& requireModuleKind(Port* module, const char* where, const char* afterCastMessage) {
+  T* typed = dynamic_cast<T*>(module);
+  if (typed == nullptr) {
+    fail(GC_ERR_INVALID_HANDLE, where, afterCastMessage);
   }
-  if (module == nullptr) {
-    fail(GC_ERR_INVALID_HANDLE, where, messages.afterCast);
-  }
-  return *module;
+  return *typed;
+}
+
+// Resolves a module handle: null test, registry test, then the cast. Exports without an after-cast
+// message of their own pass their registry message: a handle of another kind is not one of theirs.
+template <class T>
+T& requireModule(const void* handle, const char* where, const HandleMessages& messages) {
+  return requireModuleKind<T>(requireKnownModule(handle, where, messages.null, messages.unknown), where,
+                              messages.afterCast);
 }
 
 }  // namespace lumo::mockTL::checks

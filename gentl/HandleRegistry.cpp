@@ -1,35 +1,51 @@
 #include "gentl/HandleRegistry.h"
 
+#include <atomic>
+
 namespace lumo::mockTL {
 
-HandleRegistry& HandleRegistry::instance() {
-  // Never destroyed: modules owned by a consumer that outlives static destruction still
-  // unregister safely.
-  static auto* registry = new HandleRegistry;
-  return *registry;
+namespace {
+
+// Trivially destructible, so it can still be read while the library's other statics are torn
+// down, in whatever order that happens.
+std::atomic<bool> registryDestroyed{false};
+
+}  // namespace
+
+HandleRegistry::HandleRegistry() = default;
+
+HandleRegistry::~HandleRegistry() { registryDestroyed = true; }
+
+HandleRegistry* HandleRegistry::instance() {
+  // A static object rather than a leaked one, so that unloading the library frees it.
+  static HandleRegistry registry;
+  return registryDestroyed ? nullptr : &registry;
 }
 
 void HandleRegistry::Register(const void* address, HandleKind kind) {
-  auto& self = instance();
-  std::lock_guard lock(self.mutex_);
+  auto* self = instance();
+  if (self == nullptr) return;
+  std::lock_guard lock(self->mutex_);
   // An event's address stays registered after the event is gone; an object later built at the
   // same address takes the entry over with its own kind.
-  self.handles_.insert_or_assign(reinterpret_cast<std::uintptr_t>(address), kind);
+  self->handles_.insert_or_assign(reinterpret_cast<std::uintptr_t>(address), kind);
 }
 
 void HandleRegistry::Unregister(const void* address) {
-  auto& self = instance();
-  std::lock_guard lock(self.mutex_);
-  self.handles_.erase(reinterpret_cast<std::uintptr_t>(address));
+  auto* self = instance();
+  if (self == nullptr) return;
+  std::lock_guard lock(self->mutex_);
+  self->handles_.erase(reinterpret_cast<std::uintptr_t>(address));
 }
 
 bool HandleRegistry::IsKnown(const void* address) { return KindOf(address).has_value(); }
 
 std::optional<HandleKind> HandleRegistry::KindOf(const void* address) {
-  auto& self = instance();
-  std::lock_guard lock(self.mutex_);
-  const auto found = self.handles_.find(reinterpret_cast<std::uintptr_t>(address));
-  if (found == self.handles_.end()) {
+  auto* self = instance();
+  if (self == nullptr) return std::nullopt;
+  std::lock_guard lock(self->mutex_);
+  const auto found = self->handles_.find(reinterpret_cast<std::uintptr_t>(address));
+  if (found == self->handles_.end()) {
     return std::nullopt;
   }
   return found->second;

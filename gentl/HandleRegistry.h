@@ -16,8 +16,9 @@ enum class HandleKind : std::uint8_t { Module, Event };
 // of the object it names, and exports ask here before they touch one. Modules enter from their
 // Port constructor and leave from its destructor; events enter on creation and never leave, so
 // an event handle stays known for the rest of the process. Thread safe; the mutex is held only
-// inside each call and never while another lock is taken. Lives from load to process exit and is
-// not reset by GCInitLib or GCCloseLib.
+// inside each call and never while another lock is taken. Lives from its first use until the
+// library is unloaded (or the process exits) and is not reset by GCInitLib or GCCloseLib; modules
+// that are destroyed after it (a system module a consumer never closed) leave without asking it.
 class HandleRegistry {
  public:
   static void Register(const void* address, HandleKind kind);
@@ -27,7 +28,10 @@ class HandleRegistry {
   static std::optional<HandleKind> KindOf(const void* address);
 
  private:
-  static HandleRegistry& instance();
+  HandleRegistry();
+  ~HandleRegistry();
+  // The registry, or nullptr once it has been destroyed during unloading.
+  static HandleRegistry* instance();
 
   std::mutex mutex_;
   std::unordered_map<std::uintptr_t, HandleKind> handles_;

@@ -24,9 +24,14 @@ void reportNumeric(INFO_DATATYPE& type, void* destination, std::size_t& size, co
 }  // namespace
 
 void ReportInfoString(INFO_DATATYPE& type, void* destination, std::size_t& size, std::string_view text) {
+  ReportInfoString(type, destination, size, text, "lumo::mockTL::info::ReportInfoString", kTooSmall);
+}
+
+void ReportInfoString(INFO_DATATYPE& type, void* destination, std::size_t& size, std::string_view text,
+                      const char* where, const char* tooSmallMessage) {
   const std::size_t needed = text.size() + 1;
   if (destination != nullptr && size < needed) {
-    throw error::GenericException(GC_ERR_BUFFER_TOO_SMALL, "lumo::mockTL::info::ReportInfoString", kTooSmall);
+    throw error::GenericException(GC_ERR_BUFFER_TOO_SMALL, where, tooSmallMessage);
   }
   if (destination != nullptr) {
     auto* bytes = static_cast<char*>(destination);

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <string_view>
 
 #include "gentl/GenTL.h"
@@ -18,6 +19,9 @@ struct Size {
 };
 
 void ReportInfoString(INFO_DATATYPE& type, void* destination, std::size_t& size, std::string_view text);
+// The same for the module queries that word the too-small failure their own way.
+void ReportInfoString(INFO_DATATYPE& type, void* destination, std::size_t& size, std::string_view text,
+                      const char* where, const char* tooSmallMessage);
 
 // 32-bit answers are tagged INFO_DATATYPE_INT32 whatever their signedness: consumers see the tag.
 void ReportInfoNumeric(INFO_DATATYPE& type, void* destination, std::size_t& size, std::int32_t value);
@@ -26,5 +30,16 @@ void ReportInfoNumeric(INFO_DATATYPE& type, void* destination, std::size_t& size
 void ReportInfoNumeric(INFO_DATATYPE& type, void* destination, std::size_t& size, Size value);
 void ReportInfoNumeric(INFO_DATATYPE& type, void* destination, std::size_t& size, const void* value);
 void ReportInfoNumeric(INFO_DATATYPE& type, void* destination, std::size_t& size, bool value);
+
+// Writes the value without looking at the caller's size: a few queries have always trusted the
+// consumer to pass a buffer of the value's size, and consumers rely on that.
+template <class T>
+void ReportInfoNumericUnchecked(INFO_DATATYPE& type, void* destination, std::size_t& size, T value, INFO_DATATYPE tag) {
+  if (destination != nullptr) {
+    std::memcpy(destination, &value, sizeof(T));
+  }
+  size = sizeof(T);
+  type = tag;
+}
 
 }  // namespace lumo::mockTL::info

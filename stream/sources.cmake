@@ -1,3 +1,3 @@
-# Image transfer into buffers.
 list(APPEND LMMOCKTL_CORE_SOURCES
+  "${CMAKE_CURRENT_LIST_DIR}/DataStream.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/ImageTransfer.cpp")

@@ -12,7 +12,11 @@ if [ -n "$others" ]; then
   echo "$others"
   exit 1
 fi
-for required in GCInitLib GCCloseLib GCGetLastError; do
+for required in GCInitLib GCCloseLib GCGetLastError GCGetInfo \
+  TLOpen TLClose TLGetInfo TLGetNumInterfaces TLGetInterfaceID TLGetInterfaceInfo TLOpenInterface \
+  TLUpdateInterfaceList IFClose IFGetInfo IFGetNumDevices IFGetDeviceID IFUpdateDeviceList IFGetDeviceInfo \
+  IFOpenDevice IFGetParentTL DevGetNumDataStreams DevGetDataStreamID DevOpenDataStream DevGetInfo DevClose \
+  DevGetParentIF; do
   grep -qx "$required" <<<"$exported" || { echo "missing export: $required"; exit 1; }
 done
 echo "$(wc -l <<<"$exported") GenTL functions exported, nothing else"

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <string>
+#include <utility>
+
+#include "gentl/GenTL.h"
+#include "support/Producer.h"
+
+namespace testing_support {
+
+// The exports of a loaded producer under their own names, so that tests read like consumer code:
+// `gentl.TLOpen(&system)`.
+class GenTLExports {
+ public:
+  explicit GenTLExports(const Producer& producer) : producer_(producer) {}
+
+ private:
+  const Producer& producer_;
+
+ public:
+#define LMMOCKTL_EXPORT(name) decltype(&::name) name = producer_.get<decltype(::name)>(#name)
+  LMMOCKTL_EXPORT(GCInitLib);
+  LMMOCKTL_EXPORT(GCCloseLib);
+  LMMOCKTL_EXPORT(GCGetInfo);
+  LMMOCKTL_EXPORT(TLOpen);
+  LMMOCKTL_EXPORT(TLClose);
+  LMMOCKTL_EXPORT(TLGetInfo);
+  LMMOCKTL_EXPORT(TLGetNumInterfaces);
+  LMMOCKTL_EXPORT(TLGetInterfaceID);
+  LMMOCKTL_EXPORT(TLGetInterfaceInfo);
+  LMMOCKTL_EXPORT(TLOpenInterface);
+  LMMOCKTL_EXPORT(TLUpdateInterfaceList);
+  LMMOCKTL_EXPORT(IFClose);
+  LMMOCKTL_EXPORT(IFGetInfo);
+  LMMOCKTL_EXPORT(IFGetNumDevices);
+  LMMOCKTL_EXPORT(IFGetDeviceID);
+  LMMOCKTL_EXPORT(IFUpdateDeviceList);
+  LMMOCKTL_EXPORT(IFGetDeviceInfo);
+  LMMOCKTL_EXPORT(IFOpenDevice);
+  LMMOCKTL_EXPORT(IFGetParentTL);
+  LMMOCKTL_EXPORT(DevGetNumDataStreams);
+  LMMOCKTL_EXPORT(DevGetDataStreamID);
+  LMMOCKTL_EXPORT(DevOpenDataStream);
+  LMMOCKTL_EXPORT(DevGetInfo);
+  LMMOCKTL_EXPORT(DevClose);
+  LMMOCKTL_EXPORT(DevGetParentIF);
+#undef LMMOCKTL_EXPORT
+};
+
+}  // namespace testing_support

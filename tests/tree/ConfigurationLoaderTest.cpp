@@ -1,0 +1,254 @@
+// The configuration loader called directly, on files named through a host export: schema,
+// defaults and the rule that a broken file leaves what was read before it in force.
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+
+#include "support/ScopedEnvironment.h"
+#include "tree/ConfigurationLoader.h"
+
+namespace lumo::mockTL {
+namespace {
+
+using testing_support::NoConfigurationFile;
+using testing_support::TemporaryDirectory;
+
+std::string hostPath;
+const char* hostExport() { return hostPath.c_str(); }
+
+// Loads `text` as the configuration file and returns the result with what went to standard output.
+std::pair<SystemConfiguration, std::string> loadText(const std::string& text) {
+  TemporaryDirectory directory;
+  hostPath = directory.write("LmMockTL.json", text).string();
+  ::testing::internal::CaptureStdout();
+  SystemConfiguration loaded = ConfigurationLoader::load(&hostExport);
+  return {std::move(loaded), ::testing::internal::GetCapturedStdout()};
+}
+
+SystemConfiguration load(const std::string& text) {
+  auto [loaded, printed] = loadText(text);
+  EXPECT_EQ(printed, "");
+  return loaded;
+}
+
+const StreamConfiguration& onlyStream(const SystemConfiguration& system) {
+  return system.interfaces.at(0).devices.at(0).streams.at(0);
+}
+
+class ConfigurationLoaderTest : public ::testing::Test {
+ protected:
+  NoConfigurationFile noFile;
+};
+
+TEST_F(ConfigurationLoaderTest, NoFileAnywhereGivesTheBuiltInTree) {
+  ::testing::internal::CaptureStdout();
+  const SystemConfiguration system = ConfigurationLoader::load(nullptr);
+  EXPECT_EQ(::testing::internal::GetCapturedStdout(), "");
+  EXPECT_EQ(system.id, "LmMockTL.cti");
+  ASSERT_EQ(system.interfaces.size(), 1u);
+  EXPECT_EQ(system.interfaces[0].id, "MyInterface0");
+  ASSERT_EQ(system.interfaces[0].devices.size(), 1u);
+  const DeviceConfiguration& device = system.interfaces[0].devices[0];
+  EXPECT_EQ(device.id, "MyDevice0");
+  EXPECT_EQ(device.model, "Mock Camera (Default)");
+  ASSERT_EQ(device.streams.size(), 4u);
+  const std::pair<const char*, std::uint32_t> expected[] = {
+      {"MyStream0", 0x01080001}, {"MyStream1", 0x01100007}, {"MyStream2", 0x02180014}, {"MyStream3", 0x02300018}};
+  for (std::size_t i = 0; i < 4; ++i) {
+    EXPECT_EQ(device.streams[i].id, expected[i].first);
+    EXPECT_EQ(device.streams[i].pixelFormat, expected[i].second) << i;
+    EXPECT_EQ(device.streams[i].width, 1920u);
+    EXPECT_EQ(device.streams[i].height, 1080u);
+  }
+}
+
+TEST_F(ConfigurationLoaderTest, EmptyRootKeepsTheSystemIdAndListsNoInterfaces) {
+  const SystemConfiguration system = load("{}");
+  EXPECT_EQ(system.id, "LmMockTL.cti");
+  EXPECT_TRUE(system.interfaces.empty());
+}
+
+TEST_F(ConfigurationLoaderTest, InterfaceWithoutDevicesListsNone) {
+  const SystemConfiguration system = load(R"({"ID": "Bench", "Interfaces": [{"ID": "Empty"}]})");
+  EXPECT_EQ(system.id, "Bench");
+  ASSERT_EQ(system.interfaces.size(), 1u);
+  EXPECT_TRUE(system.interfaces[0].devices.empty());
+}
+
+TEST_F(ConfigurationLoaderTest, DeviceWithOnlyAnIdNamesItselfAfterIt) {
+  const SystemConfiguration system = load(R"({"Interfaces": [{"ID": "I", "Devices": [{"ID": "Cam"}]}]})");
+  const DeviceConfiguration& device = system.interfaces.at(0).devices.at(0);
+  EXPECT_EQ(device.serialNumber, "Cam");
+  EXPECT_EQ(device.userName, "Cam");
+  EXPECT_EQ(device.displayName, "Cam");
+  EXPECT_EQ(device.model, "Mock Camera (Default)");
+  EXPECT_EQ(device.vendor, "KORVANE IMAGING");
+  EXPECT_EQ(device.version, "1.0");
+  EXPECT_TRUE(device.streams.empty()) << "a device without Streams has none";
+}
+
+TEST_F(ConfigurationLoaderTest, DeviceTextsAreReadFromTheFile) {
+  const SystemConfiguration system = load(R"({"Interfaces": [{"ID": "I", "Devices": [{"ID": "Cam",
+      "SerialNumber": "SN1", "UserName": "left", "DisplayName": "Left Cam", "Model": "M", "Vendor": "V",
+      "Version": "2.0"}]}]})");
+  const DeviceConfiguration& device = system.interfaces.at(0).devices.at(0);
+  EXPECT_EQ(device.serialNumber, "SN1");
+  EXPECT_EQ(device.userName, "left");
+  EXPECT_EQ(device.displayName, "Left Cam");
+  EXPECT_EQ(device.model, "M");
+  EXPECT_EQ(device.vendor, "V");
+  EXPECT_EQ(device.version, "2.0");
+}
+
+TEST_F(ConfigurationLoaderTest, SixStreamsAreCutToTheFirstFour) {
+  const SystemConfiguration system = load(R"({"Interfaces": [{"ID": "I", "Devices": [{"ID": "Cam", "Streams": [
+      {"ID": "S1"}, {"ID": "S2"}, {"ID": "S3"}, {"ID": "S4"}, {"ID": "S5"}, {"ID": "S6"}]}]}]})");
+  const auto& streams = system.interfaces.at(0).devices.at(0).streams;
+  ASSERT_EQ(streams.size(), 4u);
+  EXPECT_EQ(streams[0].id, "S1");
+  EXPECT_EQ(streams[3].id, "S4");
+}
+
+TEST_F(ConfigurationLoaderTest, StreamSettingsAreRead) {
+  const StreamConfiguration stream = onlyStream(load(R"({"Interfaces": [{"ID": "I", "Devices": [{"ID": "Cam",
+      "Streams": [{"ID": "S", "Width": 640, "Height": 480, "PaddingMode": 1, "PaddingPixelCountX": 8,
+      "PaddingLineCountY": 2, "PixelFormat": "RGB8"}]}]}]})"));
+  EXPECT_EQ(stream.width, 640u);
+  EXPECT_EQ(stream.height, 480u);
+  EXPECT_EQ(stream.paddingMode, 1);
+  EXPECT_EQ(stream.paddingPixelCountX, 8u);
+  EXPECT_EQ(stream.paddingLineCountY, 2u);
+  EXPECT_EQ(stream.pixelFormat, 0x02180014u);
+  EXPECT_FALSE(stream.isStreamFile);
+}
+
+TEST_F(ConfigurationLoaderTest, StreamFileStreamsReadNoImageSettings) {
+  const StreamConfiguration stream = onlyStream(load(R"({"Interfaces": [{"ID": "I", "Devices": [{"ID": "Cam",
+      "Streams": [{"ID": "S", "StreamFilePath": "/data/run", "Width": 640, "PixelFormat": "Mono8"}]}]}]})"));
+  EXPECT_TRUE(stream.isStreamFile);
+  EXPECT_EQ(stream.path, "/data/run");
+  EXPECT_EQ(stream.width, 1920u);
+  EXPECT_EQ(stream.pixelFormat, 0u);
+}
+
+TEST_F(ConfigurationLoaderTest, ImageSourceKeysAreKeptForTheImageSource) {
+  const StreamConfiguration stream = onlyStream(load(R"({"Interfaces": [{"ID": "I", "Devices": [{"ID": "Cam",
+      "Streams": [{"ID": "S", "ImageDirectoryPath": "/images", "ImageOrder": ["b.png", "a.tif"]}]}]}]})"));
+  ASSERT_TRUE(stream.imageDirectoryPath.has_value());
+  EXPECT_EQ(*stream.imageDirectoryPath, "/images");
+  ASSERT_TRUE(stream.imageOrder.has_value());
+  EXPECT_EQ(*stream.imageOrder, (std::vector<std::filesystem::path>{"b.png", "a.tif"}));
+}
+
+struct FormatCase {
+  const char* name;
+  const char* member;  // the "PixelFormat" member as it stands in the file, or empty for none
+  std::uint32_t code;
+};
+
+class PixelFormatName : public ConfigurationLoaderTest, public ::testing::WithParamInterface<FormatCase> {};
+
+TEST_P(PixelFormatName, StoresItsCode) {
+  const std::string member = GetParam().member;
+  const StreamConfiguration stream =
+      onlyStream(load(R"({"Interfaces": [{"ID": "I", "Devices": [{"ID": "C", "Streams": [{"ID": "S")" +
+                      (member.empty() ? std::string() : ", " + member) + "}]}]}]}"));
+  EXPECT_EQ(stream.pixelFormat, GetParam().code);
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, PixelFormatName,
+                         ::testing::Values(FormatCase{"Mono12p", R"("PixelFormat": "Mono12p")", 0x010C0047},
+                                           FormatCase{"BayerGR12p", R"("PixelFormat": "BayerGR12p")", 0x010C0057},
+                                           FormatCase{"FormatOutsideTheTable", R"("PixelFormat": "Mono10")", 0},
+                                           FormatCase{"NamesAreCaseSensitive", R"("PixelFormat": "mono8")", 0},
+                                           FormatCase{"NoFormatInTheFile", "", 0},
+                                           FormatCase{"EmptyNameStoresNoFormat", R"("PixelFormat": "")", 0}),
+                         [](const auto& info) { return std::string(info.param.name); });
+
+struct BrokenCase {
+  const char* name;
+  const char* text;
+  const char* printed;  // the start of the message line on standard output
+  std::function<void(const SystemConfiguration&)> check;
+};
+
+void keepsTheBuiltInTree(const SystemConfiguration& system) {
+  ASSERT_EQ(system.interfaces.size(), 1u);
+  EXPECT_EQ(system.interfaces[0].id, "MyInterface0");
+  EXPECT_EQ(system.interfaces[0].devices.at(0).streams.size(), 4u);
+}
+
+class BrokenFile : public ConfigurationLoaderTest, public ::testing::WithParamInterface<BrokenCase> {};
+
+TEST_P(BrokenFile, PrintsTheMessageAndKeepsWhatWasReadBefore) {
+  auto [system, printed] = loadText(GetParam().text);
+  EXPECT_EQ(printed.rfind(GetParam().printed, 0), 0u) << printed;
+  EXPECT_EQ(printed.find('\n'), printed.size() - 1) << "one line: " << printed;
+  GetParam().check(system);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Cases, BrokenFile,
+    ::testing::Values(
+        BrokenCase{"EmptyFile", "", "[json.exception.parse_error.101]", keepsTheBuiltInTree},
+        BrokenCase{"SyntaxError", R"({"ID": "Half", "Interfaces": [)", "[json.exception.parse_error.101]",
+                   [](const SystemConfiguration& system) {
+                     EXPECT_EQ(system.id, "LmMockTL.cti");
+                     keepsTheBuiltInTree(system);
+                   }},
+        BrokenCase{"InterfacesNotAnArray", R"({"ID": "Read", "Interfaces": {"ID": "I"}})",
+                   "[json.exception.type_error.302] type must be array, but is object",
+                   [](const SystemConfiguration& system) {
+                     EXPECT_EQ(system.id, "Read") << "the id read before the failure stays";
+                     keepsTheBuiltInTree(system);
+                   }},
+        BrokenCase{
+            "WidthNotANumber",
+            R"({"Interfaces": [{"ID": "I", "Devices": [{"ID": "C", "Streams": [{"ID": "S", "Width": "wide"}]}]}]})",
+            "[json.exception.type_error.302] type must be number, but is string", keepsTheBuiltInTree},
+        BrokenCase{"IdNotAString", R"({"ID": 7})", "[json.exception.type_error.302] type must be string, but is number",
+                   keepsTheBuiltInTree},
+        BrokenCase{"InterfaceWithoutId", R"({"Interfaces": [{"ID": "A"}, {"Devices": []}]})",
+                   "[json.exception.out_of_range.403] key 'ID' not found", keepsTheBuiltInTree},
+        BrokenCase{"SecondStreamBroken",
+                   R"({"Interfaces": [{"ID": "I", "Devices": [{"ID": "C", "Streams": [{"ID": "S"}, {"Width": 1}]}]}]})",
+                   "[json.exception.out_of_range.403]", keepsTheBuiltInTree}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+TEST_F(ConfigurationLoaderTest, DirectoryInPlaceOfTheFileIsTakenAndKeepsTheBuiltInTree) {
+  TemporaryDirectory directory;
+  hostPath = directory.path().string();
+  ::testing::internal::CaptureStdout();
+  const SystemConfiguration system = ConfigurationLoader::load(&hostExport);
+  const std::string printed = ::testing::internal::GetCapturedStdout();
+  EXPECT_FALSE(printed.empty());
+  EXPECT_EQ(printed.back(), '\n');
+  keepsTheBuiltInTree(system);
+}
+
+TEST_F(ConfigurationLoaderTest, LocateTriesHostVariableWorkingDirectoryThenLumodata) {
+  TemporaryDirectory work;
+  testing_support::ScopedWorkingDirectory inWork(work.path());
+  EXPECT_FALSE(ConfigurationLoader::locate(nullptr).has_value());
+
+  TemporaryDirectory data;
+  const auto fromData = data.write("drivers/LmMockTL.json", "{}");
+  testing_support::ScopedVariable lumodata("LUMODATA", data.path().string());
+  EXPECT_EQ(ConfigurationLoader::locate(nullptr), fromData);
+
+  work.write("LmMockTL.json", "{}");
+  EXPECT_EQ(ConfigurationLoader::locate(nullptr), "LmMockTL.json");
+
+  const auto fromVariable = work.write("variable.json", "{}");
+  testing_support::ScopedVariable variable("LMMOCKTL_CONFIG", fromVariable.string());
+  EXPECT_EQ(ConfigurationLoader::locate(nullptr), fromVariable);
+
+  hostPath = (work.path() / "missing.json").string();
+  EXPECT_EQ(ConfigurationLoader::locate(&hostExport), fromVariable) << "a host path that does not exist is passed over";
+  hostPath = work.write("host.json", "{}").string();
+  EXPECT_EQ(ConfigurationLoader::locate(&hostExport), hostPath);
+}
+
+}  // namespace
+}  // namespace lumo::mockTL
