@@ -4,4 +4,6 @@ list(APPEND LMMOCKTL_CORE_SOURCES
   "${CMAKE_CURRENT_LIST_DIR}/HandleRegistry.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/LastErrorStore.cpp")
 list(APPEND LMMOCKTL_EXPORT_SOURCES
-  "${CMAKE_CURRENT_LIST_DIR}/ExportsLibrary.cpp")
+  "${CMAKE_CURRENT_LIST_DIR}/ExportsEvent.cpp"
+  "${CMAKE_CURRENT_LIST_DIR}/ExportsLibrary.cpp"
+  "${CMAKE_CURRENT_LIST_DIR}/ExportsPort.cpp")
