@@ -8,9 +8,8 @@
 #include <thread>
 
 #include "gentl/GenTL.h"
-#include "gentl/Library.h"
 #include "support/DescribedModule.h"
-#include "support/ExportFailure.h"
+#include "support/ExportBodies.h"
 
 namespace lumo::mockTL {
 namespace {
@@ -31,32 +30,11 @@ struct EventWorld {
   EventWorld() { listened.errorEvent()->Register(); }
 };
 
-class EventExports : public ::testing::Test {
- protected:
-  void SetUp() override {
-    Library::setInitialised(true);
-    error::LastErrorStore::instance().clear();
-  }
-  void TearDown() override { Library::setInitialised(false); }
-};
+using EventExports = testing_support::InitialisedLibrary;
+using Refusal = testing_support::Refusal<EventWorld>;
+using EventExportRefusal = testing_support::ExportRefusal<EventWorld>;
 
-struct Refusal {
-  const char* name;
-  const char* exportName;
-  std::function<GC_ERROR(EventWorld&)> call;
-  GC_ERROR code;
-  const char* message;
-};
-
-void PrintTo(const Refusal& refusal, std::ostream* out) { *out << refusal.name; }
-
-class EventExportRefusal : public EventExports, public ::testing::WithParamInterface<Refusal> {};
-
-TEST_P(EventExportRefusal, FailsWithItsCodeAndText) {
-  EventWorld world;
-  const Refusal& refusal = GetParam();
-  EXPECT_TRUE(exportFailed(refusal.call(world), refusal.code, refusal.message, exportBody(refusal.exportName)));
-}
+TEST_P(EventExportRefusal, FailsWithItsCodeAndText) { expectRefused(); }
 
 // Valid arguments for the cases that fail on another one.
 char in[64];

@@ -6,9 +6,8 @@
 #include <string>
 
 #include "gentl/GenTL.h"
-#include "gentl/Library.h"
 #include "support/DescribedModule.h"
-#include "support/ExportFailure.h"
+#include "support/ExportBodies.h"
 
 namespace lumo::mockTL {
 namespace {
@@ -25,32 +24,11 @@ struct PortWorld {
   void* unknown = &unknownObject;
 };
 
-class PortExports : public ::testing::Test {
- protected:
-  void SetUp() override {
-    Library::setInitialised(true);
-    error::LastErrorStore::instance().clear();
-  }
-  void TearDown() override { Library::setInitialised(false); }
-};
+using PortExports = testing_support::InitialisedLibrary;
+using Refusal = testing_support::Refusal<PortWorld>;
+using PortExportRefusal = testing_support::ExportRefusal<PortWorld>;
 
-struct Refusal {
-  const char* name;
-  const char* exportName;
-  std::function<GC_ERROR(PortWorld&)> call;
-  GC_ERROR code;
-  const char* message;
-};
-
-void PrintTo(const Refusal& refusal, std::ostream* out) { *out << refusal.name; }
-
-class PortExportRefusal : public PortExports, public ::testing::WithParamInterface<Refusal> {};
-
-TEST_P(PortExportRefusal, FailsWithItsCodeAndText) {
-  PortWorld world;
-  const Refusal& refusal = GetParam();
-  EXPECT_TRUE(exportFailed(refusal.call(world), refusal.code, refusal.message, exportBody(refusal.exportName)));
-}
+TEST_P(PortExportRefusal, FailsWithItsCodeAndText) { expectRefused(); }
 
 // Valid arguments for the cases that fail on another one.
 char buffer[64];
