@@ -50,17 +50,6 @@ TEST(EventHandles, AnErrorEventsHandleIsAnEventAndOutlivesItsModuleWithoutReachi
   EXPECT_EQ(HandleRegistry::EventAt(handle), nullptr) << "but the dead event is out of reach";
 }
 
-TEST(EventHandles, AHeldEventSurvivesItsModule) {
-  std::shared_ptr<Event> held;
-  {
-    DescribedModule module(DescriptionKind::System);
-    held = HandleRegistry::EventAt(module.errorEvent()->handle());
-  }
-  ASSERT_NE(held, nullptr);
-  held->Register();
-  EXPECT_TRUE(held->isRegistered());
-}
-
 // A module whose own constructor fails after the base was built.
 class FailingModule : public DescribedModule {
  public:
