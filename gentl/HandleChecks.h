@@ -1,7 +1,9 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 
+#include "event/Event.h"
 #include "gentl/GenTL.h"
 #include "gentl/GenericException.h"
 #include "gentl/HandleRegistry.h"
@@ -68,6 +70,34 @@ template <class T>
 T& requireModule(const void* handle, const char* where, const HandleMessages& messages) {
   return requireModuleKind<T>(requireKnownModule(handle, where, messages.null, messages.unknown), where,
                               messages.afterCast);
+}
+
+// The export's own texts for the failures of an event handle.
+struct EventMessages {
+  const char* null;
+  const char* unknown;
+  std::int32_t notRegisteredCode;
+  const char* notRegistered;
+};
+
+// Resolves an event handle: null test, registry test, then the registered test. The event comes
+// from the registry's record of the event at that address, never from reinterpreting the address:
+// a module's handle, or the handle of an event that is gone, finds no event and fails like an event
+// that was never registered. The returned reference keeps the event alive for the whole call, also
+// while it waits.
+inline std::shared_ptr<Event> requireRegisteredEvent(const void* handle, const char* where,
+                                                     const EventMessages& messages) {
+  if (handle == nullptr) {
+    fail(GC_ERR_INVALID_HANDLE, where, messages.null);
+  }
+  if (!HandleRegistry::IsKnown(handle)) {
+    fail(GC_ERR_INVALID_HANDLE, where, messages.unknown);
+  }
+  std::shared_ptr<Event> event = HandleRegistry::EventAt(handle);
+  if (event == nullptr || !event->isRegistered()) {
+    fail(messages.notRegisteredCode, where, messages.notRegistered);
+  }
+  return event;
 }
 
 }  // namespace lumo::mockTL::checks

@@ -28,7 +28,25 @@ void HandleRegistry::Register(const void* address, HandleKind kind) {
   std::lock_guard lock(self->mutex_);
   // An event's address stays registered after the event is gone; an object later built at the
   // same address takes the entry over with its own kind.
-  self->handles_.insert_or_assign(reinterpret_cast<std::uintptr_t>(address), kind);
+  self->handles_.insert_or_assign(reinterpret_cast<std::uintptr_t>(address), Entry{kind, {}});
+}
+
+void HandleRegistry::RegisterEvent(const std::shared_ptr<Event>& event) {
+  auto* self = instance();
+  if (self == nullptr) return;
+  std::lock_guard lock(self->mutex_);
+  self->handles_.insert_or_assign(reinterpret_cast<std::uintptr_t>(event.get()), Entry{HandleKind::Event, event});
+}
+
+std::shared_ptr<Event> HandleRegistry::EventAt(const void* address) {
+  auto* self = instance();
+  if (self == nullptr) return nullptr;
+  std::lock_guard lock(self->mutex_);
+  const auto found = self->handles_.find(reinterpret_cast<std::uintptr_t>(address));
+  if (found == self->handles_.end()) {
+    return nullptr;
+  }
+  return found->second.event.lock();
 }
 
 void HandleRegistry::Unregister(const void* address) {
@@ -48,7 +66,7 @@ std::optional<HandleKind> HandleRegistry::KindOf(const void* address) {
   if (found == self->handles_.end()) {
     return std::nullopt;
   }
-  return found->second;
+  return found->second.kind;
 }
 
 }  // namespace lumo::mockTL

@@ -1,11 +1,14 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <unordered_map>
 
 namespace lumo::mockTL {
+
+class Event;
 
 // What a registered address is. Lets the export layer reinterpret a handle only as the kind of
 // object that really lives there, so that a handle of the wrong class can never be used as
@@ -27,14 +30,27 @@ class HandleRegistry {
   // The kind registered for the address, if any. The answer may be stale by the time it is used.
   static std::optional<HandleKind> KindOf(const void* address);
 
+  // Enters an event's address as a known handle of kind Event, for good, and remembers the event
+  // weakly: the address stays known after the event is gone, but nothing can reach the dead event
+  // through it.
+  static void RegisterEvent(const std::shared_ptr<Event>& event);
+  // The live event whose handle the address is; empty for a module's address, an unknown address
+  // or an event that has been destroyed. Holding the result keeps the event alive.
+  static std::shared_ptr<Event> EventAt(const void* address);
+
  private:
+  struct Entry {
+    HandleKind kind;
+    std::weak_ptr<Event> event;  // empty unless kind is Event
+  };
+
   HandleRegistry();
   ~HandleRegistry();
   // The registry, or nullptr once it has been destroyed during unloading.
   static HandleRegistry* instance();
 
   std::mutex mutex_;
-  std::unordered_map<std::uintptr_t, HandleKind> handles_;
+  std::unordered_map<std::uintptr_t, Entry> handles_;
 };
 
 }  // namespace lumo::mockTL

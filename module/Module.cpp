@@ -2,9 +2,12 @@
 
 namespace lumo::mockTL {
 
-Module::Module(const std::shared_ptr<Module>& parent) : parent_(parent) {}
+Module::Module(const std::shared_ptr<Module>& parent)
+    : eventSource_(std::make_shared<EventSource>()), errorEvent_(Event::create<ErrorEvent>()), parent_(parent) {
+  eventSource_->add(errorEvent_);
+}
 
-void Module::initEvents() { eventsInitialised_ = true; }
+void Module::initEvents() { eventSource_->markSetUp(); }
 
 void Module::declareDescribedRegisters(DescriptionKind kind, std::string moduleName, std::string portName,
                                        std::initializer_list<RegisterRecord> records) {

@@ -3,14 +3,17 @@
 #include <memory>
 #include <mutex>
 
+#include "event/ErrorEvent.h"
+#include "event/EventSource.h"
 #include "module/Description.h"
 #include "module/RegisterMap.h"
 
 namespace lumo::mockTL {
 
 // Common base of every GenTL module (system, interface, device, remote device, data stream,
-// buffer). Adds to the register map the weak link to the parent module, the module mutex and the
-// two initialisation steps that each concrete module implements.
+// buffer). Adds to the register map the module mutex, the event source with the module's error
+// event, the weak link to the parent module and the two initialisation steps that each concrete
+// module implements.
 //
 // Locks: the recursive port mutex (every port operation) is taken before the plain module mutex
 // (the module's own state: children, selectors). A typed register operation may take the module
@@ -18,17 +21,25 @@ namespace lumo::mockTL {
 // mutex.
 class Module : public RegisterMap {
  public:
+  // A failure here or in a derived constructor leaves nothing behind but the error event's handle,
+  // which stays known (as every event's does) while the event itself is gone.
   explicit Module(const std::shared_ptr<Module>& parent);
 
   // Declares the module's names, registers, description register and URL entry. Runs exactly once,
   // before the module is handed out.
   virtual void initRegisterMap() = 0;
-  // Sets up the module's event kinds. Runs once, after initRegisterMap.
+  // Sets up the module's event kinds, then marks the event source as set up. A module with kinds
+  // beyond the error event adds them before calling this. Runs once, after initRegisterMap.
   virtual void initEvents();
 
   // The parent module, or empty when it is gone (and always for the system module).
   std::shared_ptr<Module> parent() const { return parent_.lock(); }
-  bool eventsInitialised() const { return eventsInitialised_; }
+  bool eventsInitialised() const { return eventSource_->isSetUp(); }
+
+  // The module's event kinds, for GCRegisterEvent and GCUnregisterEvent.
+  const std::shared_ptr<EventSource>& eventSource() const { return eventSource_; }
+  // The module's EVENT_ERROR queue: push a failure here to signal it to a listening consumer.
+  const std::shared_ptr<ErrorEvent>& errorEvent() const { return errorEvent_; }
 
  protected:
   std::mutex& moduleMutex() { return moduleMutex_; }
@@ -43,9 +54,10 @@ class Module : public RegisterMap {
 
  private:
   std::mutex moduleMutex_;
+  std::shared_ptr<EventSource> eventSource_;
+  std::shared_ptr<ErrorEvent> errorEvent_;
   std::weak_ptr<Module> parent_;
   const Description* description_ = nullptr;
-  bool eventsInitialised_ = false;
 };
 
 // The handle-typed layer of a module: every concrete module derives from it, and a module's GenTL

@@ -10,9 +10,11 @@
 namespace testing_support {
 
 // The built LmMockTL.cti, loaded as a consumer loads it, with its exports looked up by name.
+// It stays mapped after the last dlclose: the producer's handle registry is deliberately never
+// destroyed, and the leak checker must still find it through the library's globals.
 class Producer {
  public:
-  Producer() : library_(dlopen(LMMOCKTL_CTI_PATH, RTLD_NOW | RTLD_LOCAL)) {
+  Producer() : library_(dlopen(LMMOCKTL_CTI_PATH, RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE)) {
     if (library_ == nullptr) {
       ADD_FAILURE() << "cannot load " << LMMOCKTL_CTI_PATH << ": " << dlerror();
     }

@@ -1,0 +1,6 @@
+list(APPEND LMMOCKTL_CORE_SOURCES
+  "${CMAKE_CURRENT_LIST_DIR}/ErrorEvent.cpp"
+  "${CMAKE_CURRENT_LIST_DIR}/Event.cpp"
+  "${CMAKE_CURRENT_LIST_DIR}/EventSource.cpp"
+  "${CMAKE_CURRENT_LIST_DIR}/NewBufferEvent.cpp"
+  "${CMAKE_CURRENT_LIST_DIR}/RemoveDeviceEvent.cpp")
