@@ -3,6 +3,7 @@
 #include <cassert>
 #include <new>
 #include <stdexcept>
+#include <string_view>
 #include <utility>
 
 #include "gentl/GenericException.h"
@@ -371,9 +372,10 @@ std::shared_ptr<Resource> DataStream::takeQueuedBuffer() {
   return front;
 }
 
+// Counted before it is signalled, so that a consumer holding the frame also finds it counted.
 void DataStream::deliver(std::shared_ptr<Resource> buffer) {
-  outputQueue_->Push(std::move(buffer));
   ++started_;
+  outputQueue_->Push(std::move(buffer));
 }
 
 void DataStream::reportFillFailure(const char* what) noexcept {
@@ -398,11 +400,17 @@ void DataStream::getInfo(STREAM_INFO_CMD command, INFO_DATATYPE& type, void* des
   }
   // The two text answers keep this 0 as their type: consumers of the stream id have always seen it.
   type = INFO_DATATYPE_UNKNOWN;
-  INFO_DATATYPE textType = INFO_DATATYPE_UNKNOWN;
+  const auto text = [&](std::string_view value) {
+    std::size_t room = size;
+    // The size needed is written also when the buffer is refused.
+    size = value.size() + 1;
+    INFO_DATATYPE textType = INFO_DATATYPE_UNKNOWN;
+    info::ReportInfoString(textType, destination, room, value, where, "buffer too small");
+  };
   const auto count = [&](std::size_t value) { reportNumber(type, destination, size, value, INFO_DATATYPE_SIZET); };
   const auto counter = [&](std::uint64_t value) { reportNumber(type, destination, size, value, INFO_DATATYPE_UINT64); };
   switch (command) {
-    case STREAM_INFO_ID: return info::ReportInfoString(textType, destination, size, id(), where, "buffer too small");
+    case STREAM_INFO_ID: return text(id());
     case STREAM_INFO_NUM_DELIVERED: return counter(outputQueue_->numDelivered());
     case STREAM_INFO_NUM_UNDERRUN: return counter(kUnderrunCount);
     case STREAM_INFO_NUM_ANNOUNCED: return count(announcedCount());
@@ -412,9 +420,7 @@ void DataStream::getInfo(STREAM_INFO_CMD command, INFO_DATATYPE& type, void* des
     case STREAM_INFO_PAYLOAD_SIZE: return count(payloadSize());
     case STREAM_INFO_IS_GRABBING: return reportFlag(type, destination, size, grabbing_);
     case STREAM_INFO_DEFINES_PAYLOADSIZE: return reportFlag(type, destination, size, true);
-    case STREAM_INFO_TLTYPE:
-      return info::ReportInfoString(textType, destination, size, identity::kTransportLayerType, where,
-                                    "buffer too small");
+    case STREAM_INFO_TLTYPE: return text(identity::kTransportLayerType);
     case STREAM_INFO_NUM_CHUNKS_MAX: return count(kMaxChunks);
     case STREAM_INFO_BUF_ANNOUNCE_MIN: return count(kMinimumAnnouncedBuffers);
     case STREAM_INFO_BUF_ALIGNMENT: return count(kAnnounceAlignment);
