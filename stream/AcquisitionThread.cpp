@@ -88,6 +88,8 @@ void AcquisitionThread::run(FillSide& side, Plan plan) noexcept {
     // The queues themselves failed (a mutex, the memory for an event); nothing more can be
     // delivered, and the stream stays marked grabbing until it is stopped.
     side.reportFillFailure(failure.what());
+  } catch (...) {
+    side.reportFillFailure("unknown (catch(...)) error occured");
   }
   if (paced) {
     platform::endTimerResolution();
