@@ -49,13 +49,16 @@ bool ImageFileLoader::hasAcceptedExtension(const std::filesystem::path& file) { 
 
 std::shared_ptr<const SourceImage> ImageFileLoader::load(const std::filesystem::path& file, std::uint64_t maxPixels) {
   std::error_code error;
-  const auto status = std::filesystem::status(file, error);
+  // A missing file is reported with the error code set as well.
+  const std::filesystem::file_type type = std::filesystem::status(file, error).type();
+  if (type == std::filesystem::file_type::not_found) {
+    throw std::runtime_error("the file does not exist");
+  }
   if (error) {
     throw std::runtime_error(error.message());
   }
-  if (status.type() != std::filesystem::file_type::regular) {
-    throw std::runtime_error(status.type() == std::filesystem::file_type::not_found ? "the file does not exist"
-                                                                                    : "not a regular file");
+  if (type != std::filesystem::file_type::regular) {
+    throw std::runtime_error("not a regular file");
   }
   const Format* format = formatOf(file);
   if (format == nullptr) {

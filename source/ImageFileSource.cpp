@@ -24,8 +24,7 @@ std::vector<fs::path> listedFiles(const std::optional<fs::path>& directory, cons
     const fs::path file = directory && entry.is_relative() ? *directory / entry : entry;
     std::error_code error;
     // A file that does not exist passes: it fails to load later, like any other unusable entry.
-    static_cast<void>(fs::status(file, error));
-    if (error) failFileSystem("status", file, error);
+    if (fs::status(file, error).type() != fs::file_type::not_found && error) failFileSystem("status", file, error);
     files.push_back(file);
   }
   return files;

@@ -80,14 +80,20 @@ void writePng(const std::filesystem::path& file, const TestPicture& picture, boo
 }
 
 void writePngHeader(const std::filesystem::path& file, std::uint32_t width, std::uint32_t height) {
-  const auto output = create(file);
-  png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
-  png_infop info = png_create_info_struct(png);
-  png_init_io(png, output.get());
-  png_set_IHDR(png, info, width, height, 8, PNG_COLOR_TYPE_GRAY, PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT,
-               PNG_FILTER_TYPE_DEFAULT);
-  png_write_info(png, info);
-  png_destroy_write_struct(&png, &info);
+  {
+    const auto output = create(file);
+    png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
+    png_infop info = png_create_info_struct(png);
+    png_init_io(png, output.get());
+    png_set_IHDR(png, info, width, height, 8, PNG_COLOR_TYPE_GRAY, PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT,
+                 PNG_FILTER_TYPE_DEFAULT);
+    png_write_info(png, info);
+    png_destroy_write_struct(&png, &info);
+  }
+  // An empty IDAT chunk: a reader takes the header for complete only when image data follows.
+  std::vector<unsigned char> bytes = readBytes(file);
+  bytes.insert(bytes.end(), {0, 0, 0, 0, 'I', 'D', 'A', 'T', 0x35, 0xAF, 0x06, 0x1E});
+  writeBytes(file, bytes);
 }
 
 void writeJpeg(const std::filesystem::path& file, const TestPicture& picture) {
@@ -262,6 +268,40 @@ void writeBmp(const std::filesystem::path& file, const TestPicture& picture) {
     bytes.resize(start + rowBytes, 0);
   }
   writeBytes(file, bytes);
+}
+
+void writeCmykJpeg(const std::filesystem::path& file) {
+  const auto output = create(file);
+  jpeg_compress_struct info{};
+  jpeg_error_mgr errors{};
+  info.err = jpeg_std_error(&errors);
+  jpeg_create_compress(&info);
+  jpeg_stdio_dest(&info, output.get());
+  info.image_width = 4;
+  info.image_height = 4;
+  info.input_components = 4;
+  info.in_color_space = JCS_CMYK;
+  jpeg_set_defaults(&info);
+  jpeg_start_compress(&info, TRUE);
+  std::vector<JSAMPLE> row(16, 0x40);
+  for (int y = 0; y < 4; ++y) {
+    JSAMPROW rows[] = {row.data()};
+    jpeg_write_scanlines(&info, rows, 1);
+  }
+  jpeg_finish_compress(&info);
+  jpeg_destroy_compress(&info);
+}
+
+void writeMinIsWhiteTiff(const std::filesystem::path& file) {
+  TIFF* tiff = TIFFOpen(file.c_str(), "w");
+  TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, 4);
+  TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, 4);
+  TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, 8);
+  TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, 1);
+  TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISWHITE);
+  std::vector<unsigned char> row(4, 0x40);
+  for (std::uint32_t y = 0; y < 4; ++y) TIFFWriteScanline(tiff, row.data(), y, 0);
+  TIFFClose(tiff);
 }
 
 std::filesystem::path writeImage(const std::filesystem::path& file, const TestPicture& picture) {

@@ -36,7 +36,8 @@ TestPicture makePicture(std::uint32_t width, std::uint32_t height, std::size_t c
 enum class TiffLayout { Contiguous, Planar, Tiled };
 
 void writePng(const std::filesystem::path& file, const TestPicture& picture, bool interlaced = false);
-// A PNG that ends after its header, which claims width x height 8-bit gray pixels.
+// A PNG that ends after its header, which claims width x height 8-bit gray pixels, and an empty
+// first data chunk.
 void writePngHeader(const std::filesystem::path& file, std::uint32_t width, std::uint32_t height);
 // Quality 100; 8-bit, 1 or 3 channels.
 void writeJpeg(const std::filesystem::path& file, const TestPicture& picture);
@@ -46,6 +47,10 @@ void writeJ2k(const std::filesystem::path& file, const TestPicture& picture, boo
               std::uint8_t precision = 0);
 // 1 channel: 8-bit palette of grays; 3 channels: 24-bit; 4 channels: 32-bit with alpha.
 void writeBmp(const std::filesystem::path& file, const TestPicture& picture);
+
+// Variants the decoders refuse: a 4 x 4 CMYK JPEG, a 4 x 4 8-bit min-is-white TIFF.
+void writeCmykJpeg(const std::filesystem::path& file);
+void writeMinIsWhiteTiff(const std::filesystem::path& file);
 
 // Writes `picture` in the format `extension` names (".png", ".jpg", ".tif", ".j2k", ".bmp").
 std::filesystem::path writeImage(const std::filesystem::path& file, const TestPicture& picture);
