@@ -1,9 +1,7 @@
 #include "source/BmpDecoder.h"
 
-#include <algorithm>
 #include <array>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <stdexcept>
 #include <string>

@@ -30,6 +30,35 @@ std::unique_ptr<std::FILE, FileCloser> create(const std::filesystem::path& file)
   return opened;
 }
 
+// Quality 100 without chroma subsampling, so that decoded samples stay within a few levels.
+void compressJpeg(const std::filesystem::path& file, const TestPicture& picture, J_COLOR_SPACE colourSpace) {
+  const auto output = create(file);
+  jpeg_compress_struct info{};
+  jpeg_error_mgr errors{};
+  info.err = jpeg_std_error(&errors);
+  jpeg_create_compress(&info);
+  jpeg_stdio_dest(&info, output.get());
+  info.image_width = picture.width;
+  info.image_height = picture.height;
+  info.input_components = static_cast<int>(picture.channels);
+  info.in_color_space = colourSpace;
+  jpeg_set_defaults(&info);
+  jpeg_set_quality(&info, 100, TRUE);
+  for (int c = 0; c < info.num_components; ++c) {
+    info.comp_info[c].h_samp_factor = 1;
+    info.comp_info[c].v_samp_factor = 1;
+  }
+  jpeg_start_compress(&info, TRUE);
+  std::vector<JSAMPLE> row(std::size_t{picture.width} * picture.channels);
+  for (std::uint32_t y = 0; y < picture.height; ++y) {
+    std::copy_n(picture.samples.begin() + static_cast<std::ptrdiff_t>(y * row.size()), row.size(), row.begin());
+    JSAMPROW rows[] = {row.data()};
+    jpeg_write_scanlines(&info, rows, 1);
+  }
+  jpeg_finish_compress(&info);
+  jpeg_destroy_compress(&info);
+}
+
 }  // namespace
 
 TestPicture makePicture(std::uint32_t width, std::uint32_t height, std::size_t channels, std::uint8_t bitDepth,
@@ -97,31 +126,7 @@ void writePngHeader(const std::filesystem::path& file, std::uint32_t width, std:
 }
 
 void writeJpeg(const std::filesystem::path& file, const TestPicture& picture) {
-  const auto output = create(file);
-  jpeg_compress_struct info{};
-  jpeg_error_mgr errors{};
-  info.err = jpeg_std_error(&errors);
-  jpeg_create_compress(&info);
-  jpeg_stdio_dest(&info, output.get());
-  info.image_width = picture.width;
-  info.image_height = picture.height;
-  info.input_components = static_cast<int>(picture.channels);
-  info.in_color_space = picture.channels == 1 ? JCS_GRAYSCALE : JCS_RGB;
-  jpeg_set_defaults(&info);
-  jpeg_set_quality(&info, 100, TRUE);
-  for (int c = 0; c < info.num_components; ++c) {
-    info.comp_info[c].h_samp_factor = 1;
-    info.comp_info[c].v_samp_factor = 1;
-  }
-  jpeg_start_compress(&info, TRUE);
-  std::vector<JSAMPLE> row(std::size_t{picture.width} * picture.channels);
-  for (std::uint32_t y = 0; y < picture.height; ++y) {
-    std::copy_n(picture.samples.begin() + static_cast<std::ptrdiff_t>(y * row.size()), row.size(), row.begin());
-    JSAMPROW rows[] = {row.data()};
-    jpeg_write_scanlines(&info, rows, 1);
-  }
-  jpeg_finish_compress(&info);
-  jpeg_destroy_compress(&info);
+  compressJpeg(file, picture, picture.channels == 1 ? JCS_GRAYSCALE : JCS_RGB);
 }
 
 void writeTiff(const std::filesystem::path& file, const TestPicture& picture, TiffLayout layout) {
@@ -270,27 +275,7 @@ void writeBmp(const std::filesystem::path& file, const TestPicture& picture) {
   writeBytes(file, bytes);
 }
 
-void writeCmykJpeg(const std::filesystem::path& file) {
-  const auto output = create(file);
-  jpeg_compress_struct info{};
-  jpeg_error_mgr errors{};
-  info.err = jpeg_std_error(&errors);
-  jpeg_create_compress(&info);
-  jpeg_stdio_dest(&info, output.get());
-  info.image_width = 4;
-  info.image_height = 4;
-  info.input_components = 4;
-  info.in_color_space = JCS_CMYK;
-  jpeg_set_defaults(&info);
-  jpeg_start_compress(&info, TRUE);
-  std::vector<JSAMPLE> row(16, 0x40);
-  for (int y = 0; y < 4; ++y) {
-    JSAMPROW rows[] = {row.data()};
-    jpeg_write_scanlines(&info, rows, 1);
-  }
-  jpeg_finish_compress(&info);
-  jpeg_destroy_compress(&info);
-}
+void writeCmykJpeg(const std::filesystem::path& file) { compressJpeg(file, makePicture(4, 4, 4, 8), JCS_CMYK); }
 
 void writeMinIsWhiteTiff(const std::filesystem::path& file) {
   TIFF* tiff = TIFFOpen(file.c_str(), "w");
