@@ -65,6 +65,10 @@ DataStream::DataStream(const std::shared_ptr<Module>& device, StreamConfiguratio
   initRegisterMap();
   initEvents();
   std::lock_guard lock(settingsMutex_);
+  // The configuration loaded its images once; the stream only shares them.
+  for (const auto& entry : configuration_.images) {
+    sourceImages_.push_back(entry.image);
+  }
   payloadSize_ = imageGeometryLocked().payloadSize();
 }
 

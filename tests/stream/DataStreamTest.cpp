@@ -195,6 +195,37 @@ TEST_F(DataStreamTest, ImagesFollowTheStartedCountAcrossAcquisitionsWhileFrameId
   stream->stopGrabbing();
 }
 
+// A stream whose configuration loaded images delivers them without anyone handing them over.
+TEST(DataStreamImages, AStreamDeliversTheImagesItsConfigurationLoaded) {
+  DeviceConfiguration configuration = ConfigurationLoader::builtInDevice();
+  StreamConfiguration& record = configuration.streams.front();
+  record.width = 16;
+  record.height = 4;
+  record.pixelFormat = 0x01080001;  // Mono8
+  record.images = {{"first.png", uniformImage(16, 4, 0x5A)}};
+  const auto device = Device::create(nullptr, configuration);
+  ASSERT_TRUE(device->open());
+  device->remoteDevice()->setSleepBetweenFrames(kOneMillisecond);
+  const auto stream = device->getDataStream(0);
+  std::vector<std::shared_ptr<Resource>> buffers;
+  for (int i = 0; i < 3; ++i) {
+    buffers.push_back(stream->AllocAndAnnounce(stream->payloadSize(), nullptr));
+    stream->QueueBuffer(buffers.back());
+  }
+  const auto event = std::dynamic_pointer_cast<NewBufferEvent>(stream->eventSource()->find(EVENT_NEW_BUFFER));
+  event->Register();
+  stream->startGrabbing(ACQ_START_FLAGS_DEFAULT, 1);
+  EVENT_NEW_BUFFER_DATA data{};
+  std::size_t size = sizeof(data);
+  event->GetData(&data, size, kWait);
+  const auto resource = stream->findBuffer(data.BufferHandle);
+  ASSERT_NE(resource, nullptr);
+  const std::byte* bytes = resource->buffer().segments().front().base;
+  EXPECT_EQ(bytes[8], std::byte{0x5A});
+  EXPECT_EQ(bytes[63], std::byte{0x5A});
+  stream->stopGrabbing();
+}
+
 TEST_F(DataStreamTest, FailedFillIsReportedOnTheErrorEventAndTheFrameStillDelivered) {
   constexpr std::uint32_t kUnknownEightBitFormat = 0x010800FF;
   stream->setPixelFormat(kUnknownEightBitFormat);
