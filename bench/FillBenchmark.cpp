@@ -28,11 +28,15 @@ constexpr int kRounds = 9;
 // more than a real stream's would.
 constexpr std::size_t kBuffers = 3;
 
+// Where a family's frames come from: the generated image, or an image in memory laid out as the
+// image decoders leave a loaded file (samples interleaved) or as planar storage would be.
+enum class Source { Generated, LoadedImage, PlanarImage };
+
 struct Family {
   const char* name;
   std::uint32_t format;
   double target;  // 0: measured for information only
-  bool fromImage;
+  Source source;
 };
 
 // Seconds per operation: the median over rounds, each round long enough to swamp timer noise.
@@ -48,10 +52,12 @@ double secondsPerOperation(std::size_t bytes, const std::function<void(std::size
   return rounds[kRounds / 2];
 }
 
-std::shared_ptr<SourceImage> imageFor(std::uint32_t format) {
+std::shared_ptr<SourceImage> imageFor(std::uint32_t format, Source source) {
+  if (source == Source::Generated) return nullptr;
   const bool colour = format == pfnc::RGB8;
-  auto image = std::make_shared<MemoryImage>(kWidth, kHeight, colour ? 3 : 1, PlaneDataType{8, false},
-                                             MemoryImage::Arrangement::Planar);
+  auto image = std::make_shared<MemoryImage>(
+      kWidth, kHeight, colour ? 3 : 1, PlaneDataType{8, false},
+      source == Source::LoadedImage ? MemoryImage::Arrangement::Interleaved : MemoryImage::Arrangement::Planar);
   for (std::size_t i = 0; i < image->size(); ++i) image->data()[i] = static_cast<std::byte>(i * 7);
   return image;
 }
@@ -60,18 +66,19 @@ std::shared_ptr<SourceImage> imageFor(std::uint32_t format) {
 
 int main() {
   const Family families[] = {
-      {"Mono8 ramp", pfnc::Mono8, 0.8, false},
-      {"Mono10..16 ramp", pfnc::Mono12, 0.8, false},
-      {"Bayer8 mosaic", pfnc::BayerRG8, 0.8, false},
-      {"Bayer10..16 mosaic", pfnc::BayerGB12, 0.8, false},
-      {"RGB8/BGR8", pfnc::BGR8, 0.8, false},
-      {"RGB10..16/BGR10..16", pfnc::RGB16, 0.8, false},
-      {"RGBa8/BGRa8 (alpha kept)", pfnc::RGBa8, 0.5, false},
-      {"RGBa10..16/BGRa10..16", pfnc::BGRa12, 0.5, false},
-      {"10p packed", pfnc::Mono10p, 0.5, false},
-      {"12p packed", pfnc::BayerRG12p, 0.5, false},
-      {"Mono8 image copy", pfnc::Mono8, 0, true},
-      {"RGB8 planar image copy", pfnc::RGB8, 0, true},
+      {"Mono8 ramp", pfnc::Mono8, 0.8, Source::Generated},
+      {"Mono10..16 ramp", pfnc::Mono12, 0.8, Source::Generated},
+      {"Bayer8 mosaic", pfnc::BayerRG8, 0.8, Source::Generated},
+      {"Bayer10..16 mosaic", pfnc::BayerGB12, 0.8, Source::Generated},
+      {"RGB8/BGR8", pfnc::BGR8, 0.8, Source::Generated},
+      {"RGB10..16/BGR10..16", pfnc::RGB16, 0.8, Source::Generated},
+      {"RGBa8/BGRa8 (alpha kept)", pfnc::RGBa8, 0.5, Source::Generated},
+      {"RGBa10..16/BGRa10..16", pfnc::BGRa12, 0.5, Source::Generated},
+      {"10p packed", pfnc::Mono10p, 0.5, Source::Generated},
+      {"12p packed", pfnc::BayerRG12p, 0.5, Source::Generated},
+      {"Mono8 loaded image", pfnc::Mono8, 0.8, Source::LoadedImage},
+      {"RGB8 loaded image", pfnc::RGB8, 0.8, Source::LoadedImage},
+      {"RGB8 planar image copy", pfnc::RGB8, 0, Source::PlanarImage},
   };
 
   std::printf("fill throughput, %u x %u, median of %d rounds, ratio = memcpy time / fill time\n\n", kWidth, kHeight,
@@ -84,7 +91,7 @@ int main() {
     const auto bytes = static_cast<std::size_t>(geometry.payloadSize());
     std::vector<std::vector<std::byte>> buffers(kBuffers, std::vector<std::byte>(bytes, std::byte{1}));
     std::vector<std::byte> source(bytes, std::byte{2});
-    const std::shared_ptr<SourceImage> image = family.fromImage ? imageFor(family.format) : nullptr;
+    const std::shared_ptr<SourceImage> image = imageFor(family.format, family.source);
     GeneratedSource generated;
 
     const auto firstStart = Clock::now();

@@ -38,6 +38,21 @@ inline void requirePointer(const void* pointer, const char* where, const char* m
   }
 }
 
+// The null test of a handle, for exports that test their handles' null and registry states in an
+// order of their own.
+inline void requireHandle(const void* handle, const char* where, const char* message) {
+  if (handle == nullptr) {
+    fail(GC_ERR_INVALID_HANDLE, where, message);
+  }
+}
+
+// The registry test of a handle on its own: the address names some live object of the producer.
+inline void requireRegistered(const void* handle, const char* where, const char* message) {
+  if (!HandleRegistry::IsKnown(handle)) {
+    fail(GC_ERR_INVALID_HANDLE, where, message);
+  }
+}
+
 // The null and registry tests of a module handle. Returns the module, or nullptr when the address
 // is registered but names an event.
 inline Port* requireKnownModule(const void* handle, const char* where, const char* nullMessage,

@@ -9,4 +9,5 @@ list(APPEND LMMOCKTL_EXPORT_SOURCES
   "${CMAKE_CURRENT_LIST_DIR}/ExportsInterface.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/ExportsLibrary.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/ExportsPort.cpp"
+  "${CMAKE_CURRENT_LIST_DIR}/ExportsStream.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/ExportsSystem.cpp")

@@ -1,9 +1,18 @@
 #include "stream/DataStream.h"
 
-#include <mutex>
+#include <cassert>
+#include <new>
+#include <stdexcept>
+#include <string_view>
+#include <utility>
 
 #include "gentl/GenericException.h"
 #include "module/Info.h"
+#include "module/ProducerIdentity.h"
+#include "source/Pfnc.h"
+#include "stream/ImageTransfer.h"
+#include "tree/Device.h"
+#include "tree/RemoteDevice.h"
 
 namespace lumo::mockTL {
 
@@ -11,7 +20,43 @@ using error::GenericException;
 
 namespace {
 
-constexpr std::uint32_t kStreamIdRegister = 4008;
+// Register ids of the data stream description.
+enum : std::uint32_t {
+  kQueuedRegister = 4001,
+  kAnnouncedRegister = 4002,
+  kAwaitingDeliveryRegister = 4003,
+  kDeliveredRegister = 4004,
+  kUnderrunRegister = 4005,
+  kStartedRegister = 4006,
+  kGrabbingRegister = 4007,
+  kStreamIdRegister = 4008,
+};
+
+constexpr std::uint32_t kPaddingOn = 1;
+constexpr std::size_t kAnnounceAlignment = 1;
+constexpr std::size_t kMaxChunks = 0;
+
+// A numeric stream answer: written without looking at the caller's size, as consumers of this
+// query have always been served.
+template <class T>
+void reportNumber(INFO_DATATYPE& type, void* destination, std::size_t& size, T value, INFO_DATATYPE tag) {
+  info::ReportInfoNumericUnchecked(type, destination, size, value, tag);
+}
+
+void reportFlag(INFO_DATATYPE& type, void* destination, std::size_t& size, bool value) {
+  reportNumber(type, destination, size, static_cast<std::uint8_t>(value ? 1 : 0), INFO_DATATYPE_BOOL8);
+}
+
+// Makes a Resource around a freshly created buffer; running out of memory on the way is the
+// consumer's GC_ERR_OUT_OF_MEMORY.
+template <class Make>
+std::shared_ptr<Resource> makeResource(const char* where, Make make, void* privateData) {
+  try {
+    return std::make_shared<Resource>(make(), privateData);
+  } catch (const std::bad_alloc&) {
+    throw GenericException(GC_ERR_OUT_OF_MEMORY, where, "Failed to allocate memory for the announced buffer");
+  }
+}
 
 }  // namespace
 
@@ -19,6 +64,22 @@ DataStream::DataStream(const std::shared_ptr<Module>& device, StreamConfiguratio
     : SpecificModule(device), configuration_(std::move(configuration)) {
   initRegisterMap();
   initEvents();
+  std::lock_guard lock(settingsMutex_);
+  // The configuration loaded its images once; the stream only shares them.
+  for (const auto& entry : configuration_.images) {
+    sourceImages_.push_back(entry.image);
+  }
+  payloadSize_ = imageGeometryLocked().payloadSize();
+}
+
+DataStream::~DataStream() {
+  open_ = false;
+  try {
+    haltAcquisition();
+  } catch (...) {
+    // Only the acquisition thread itself cannot join; it never owns the stream (see BufferBase).
+    assert(false && "a data stream destroyed by its own acquisition thread");
+  }
 }
 
 void DataStream::open() {
@@ -29,13 +90,312 @@ void DataStream::open() {
   open_ = true;
 }
 
-void DataStream::haltAcquisition() {
-  running_ = false;
-  grabbing_ = false;
-  if (acquisitionThread_.joinable()) {
-    acquisitionThread_.join();
+// --- Buffer management ---
+
+std::shared_ptr<Resource> DataStream::Announce(std::uint64_t size, void* memory, void* privateData) {
+  constexpr const char* where = "lumo::mockTL::DataStream::Announce";
+  if (size == 0) {
+    throw GenericException(GC_ERR_BUFFER_TOO_SMALL, where, "Buffer of Size == 0 is not valid");
+  }
+  if (memory == nullptr) {
+    throw GenericException(GC_ERR_INVALID_PARAMETER, where, "Buffer pointer not valid");
+  }
+  if (usesFlows() && numFlows() > 1) {
+    throw GenericException(GC_ERR_ERROR, where, "current configuration is not supported by the requested operation");
+  }
+  auto resource = makeResource(
+      where, [&] { return std::make_shared<Buffer>(shared_from_this(), memory, size); }, privateData);
+  insert(where, resource);
+  return resource;
+}
+
+std::shared_ptr<Resource> DataStream::AllocAndAnnounce(std::uint64_t size, void* privateData) {
+  constexpr const char* where = "lumo::mockTL::DataStream::AllocAndAnnounce";
+  if (size == 0) {
+    throw GenericException(GC_ERR_BUFFER_TOO_SMALL, where, "Buffer of Size == 0 is not valid");
+  }
+  if (usesFlows() && numFlows() > 1) {
+    throw GenericException(GC_ERR_ERROR, where, "current configuration is not supported by the requested operation");
+  }
+  auto resource = makeResource(
+      where, [&] { return std::make_shared<Buffer>(shared_from_this(), size); }, privateData);
+  insert(where, resource);
+  return resource;
+}
+
+std::shared_ptr<Resource> DataStream::Announce(void* const* segments, const std::size_t* sizes, std::size_t count,
+                                               void* privateData) {
+  constexpr const char* where = "lumo::mockTL::DataStream::Announce";
+  if (segments == nullptr) {
+    throw GenericException(GC_ERR_INVALID_PARAMETER, where, "ppSegments must not be null");
+  }
+  if (sizes == nullptr) {
+    throw GenericException(GC_ERR_INVALID_PARAMETER, where, "piSizes must not be null");
+  }
+  for (std::size_t n = 0; n < count; ++n) {
+    if (sizes[n] == 0) {
+      throw GenericException(GC_ERR_BUFFER_TOO_SMALL, where, "Buffer of Size == 0 is not valid");
+    }
+    if (segments[n] == nullptr) {
+      // The text names the array element literally, without its index.
+      throw GenericException(GC_ERR_INVALID_PARAMETER, where, "ppSegments[n] is not valid");
+    }
+  }
+  if (grabbing_) {
+    throw GenericException(GC_ERR_BUSY, where, "announcement is not allowed while streaming");
+  }
+  if (count != numFlows()) {
+    throw GenericException(GC_ERR_INVALID_PARAMETER, where,
+                           "specified segment count must match the required number of flows");
+  }
+  auto resource = makeResource(
+      where,
+      [&] {
+        std::vector<Segment> parts;
+        parts.reserve(count);
+        for (std::size_t n = 0; n < count; ++n) {
+          parts.push_back({static_cast<std::byte*>(segments[n]), sizes[n]});
+        }
+        return std::make_shared<SegmentedBuffer>(shared_from_this(), std::move(parts));
+      },
+      privateData);
+  insert(where, resource);
+  return resource;
+}
+
+void DataStream::insert(const char* where, const std::shared_ptr<Resource>& resource) {
+  // Looked up and inserted under one lock, so that two consumers announcing the same memory at
+  // once cannot both succeed.
+  std::lock_guard lock(bufferMapMutex_);
+  if (!buffers_.try_emplace(resource->buffer().moduleId(), resource).second) {
+    throw GenericException(GC_ERR_RESOURCE_IN_USE, where, "a buffer at this address is already announced");
   }
 }
+
+void DataStream::RevokeBuffer(const void* handle, void** buffer, void** privateData) {
+  std::lock_guard lock(bufferMapMutex_);
+  for (auto entry = buffers_.begin(); entry != buffers_.end(); ++entry) {
+    if (entry->second->bufferHandle() == handle) {
+      if (buffer != nullptr) {
+        *buffer = entry->second->bufferHandle();
+      }
+      if (privateData != nullptr) {
+        *privateData = entry->second->userPointer();
+      }
+      buffers_.erase(entry);
+      return;
+    }
+  }
+  throw GenericException(GC_ERR_INVALID_ID, "lumo::mockTL::DataStream::RevokeBuffer", "unknown segment list");
+}
+
+void DataStream::QueueBuffer(const std::shared_ptr<Resource>& resource) {
+  BufferBase& buffer = resource->buffer();
+  // Claiming the flag first keeps a buffer out of the input queue twice, also when two threads
+  // queue it at once; it also refuses a delivered buffer that the consumer has not taken yet.
+  if (!buffer.claimQueued()) {
+    throw GenericException(GC_ERR_INVALID_BUFFER, "lumo::mockTL::DataStream::QueueBuffer", "Buffer is already queued");
+  }
+  buffer.clearNewData();
+  std::lock_guard lock(inputQueueMutex_);
+  inputQueue_.push_back(resource);
+}
+
+std::shared_ptr<Resource> DataStream::BufferByIndex(std::uint32_t index) const {
+  std::lock_guard lock(bufferMapMutex_);
+  if (index >= buffers_.size()) {
+    throw GenericException(GC_ERR_INVALID_INDEX, "lumo::mockTL::DataStream::BufferByIndex", "index out of bounds");
+  }
+  return std::next(buffers_.begin(), index)->second;
+}
+
+std::shared_ptr<Resource> DataStream::findBuffer(const void* handle) const {
+  std::lock_guard lock(bufferMapMutex_);
+  for (const auto& [id, resource] : buffers_) {
+    if (resource->bufferHandle() == handle) {
+      return resource;
+    }
+  }
+  return nullptr;
+}
+
+bool DataStream::isAnnounced(const void* memory) const {
+  const std::string id = BufferBase::moduleIdOf(memory);
+  std::lock_guard lock(bufferMapMutex_);
+  return buffers_.contains(id);
+}
+
+std::size_t DataStream::announcedCount() const {
+  std::lock_guard lock(bufferMapMutex_);
+  return buffers_.size();
+}
+
+std::size_t DataStream::queuedCount() const {
+  std::lock_guard lock(inputQueueMutex_);
+  return inputQueue_.size();
+}
+
+void DataStream::flush(ACQ_QUEUE_TYPE mode) {
+  switch (mode) {
+    case ACQ_QUEUE_INPUT_TO_OUTPUT: {
+      // Unfilled and still marked queued: the consumer gets them back through the event.
+      std::lock_guard lock(inputQueueMutex_);
+      while (!inputQueue_.empty()) {
+        outputQueue_->Push(std::move(inputQueue_.front()));
+        inputQueue_.pop_front();
+      }
+      return;
+    }
+    case ACQ_QUEUE_OUTPUT_DISCARD: return outputQueue_->Flush();
+    case ACQ_QUEUE_ALL_TO_INPUT: {
+      stopIfGrabbing();
+      outputQueue_->Flush();
+      std::vector<std::shared_ptr<Resource>> unqueued;
+      {
+        std::lock_guard lock(bufferMapMutex_);
+        for (const auto& [id, resource] : buffers_) {
+          if (!resource->buffer().isQueued()) {
+            unqueued.push_back(resource);
+          }
+        }
+      }
+      for (const auto& resource : unqueued) {
+        QueueBuffer(resource);
+      }
+      return;
+    }
+    case ACQ_QUEUE_UNQUEUED_TO_INPUT: {
+      // Marks the buffer queued before it queues it, so the queuing refuses the first unqueued
+      // buffer, which stays marked queued without being in the input queue. Consumers have
+      // always met this mode so; only ACQ_QUEUE_ALL_DISCARD frees such a buffer again.
+      std::lock_guard lock(bufferMapMutex_);
+      for (const auto& [id, resource] : buffers_) {
+        BufferBase& buffer = resource->buffer();
+        if (!buffer.isQueued()) {
+          buffer.setQueued(true);
+          buffer.clearNewData();
+          QueueBuffer(resource);
+        }
+      }
+      return;
+    }
+    case ACQ_QUEUE_ALL_DISCARD: {
+      stopIfGrabbing();
+      outputQueue_->Flush();
+      {
+        std::lock_guard lock(inputQueueMutex_);
+        inputQueue_.clear();
+      }
+      std::lock_guard lock(bufferMapMutex_);
+      for (const auto& [id, resource] : buffers_) {
+        resource->buffer().setQueued(false);
+      }
+      return;
+    }
+    default:
+      throw GenericException(GC_ERR_INVALID_PARAMETER, "lumo::mockTL::DataStream::flush", "acq queue type not defined");
+  }
+}
+
+// --- Acquisition ---
+
+std::int64_t DataStream::framePeriod() const {
+  const auto device = std::dynamic_pointer_cast<Device>(parent());
+  const std::uint64_t period =
+      device != nullptr ? device->remoteDevice()->sleepBetweenFrames() : RemoteDevice::kDefaultSleepBetweenFrames;
+  return static_cast<std::int64_t>(period);
+}
+
+void DataStream::startGrabbing(ACQ_START_FLAGS flags, std::uint64_t numberOfImages) {
+  constexpr const char* where = "lumo::mockTL::DataStream::startGrabbing";
+  if (flags != ACQ_START_FLAGS_DEFAULT) {
+    throw GenericException(GC_ERR_NOT_AVAILABLE, where, "only default flag is allowed");
+  }
+  if (numberOfImages == 0) {
+    throw GenericException(GC_ERR_INVALID_PARAMETER, where, "numberImages==0");
+  }
+  numberOfImages_.exchange(numberOfImages);
+  AcquisitionThread::Plan plan;
+  plan.framePeriod = framePeriod();
+  {
+    std::lock_guard lock(settingsMutex_);
+    plan.images = sourceImages_;
+  }
+  std::lock_guard lock(moduleMutex());
+  if (grabbing_) {
+    // Another consumer thread started it since the entry point looked.
+    throw GenericException(GC_ERR_RESOURCE_IN_USE, where, "grab already running");
+  }
+  grabbing_ = true;
+  try {
+    acquisition_.start(*this, std::move(plan));
+  } catch (...) {
+    grabbing_ = false;
+    throw;
+  }
+}
+
+void DataStream::stopGrabbing() {
+  std::lock_guard lock(moduleMutex());
+  if (!grabbing_) {
+    throw GenericException(GC_ERR_RESOURCE_IN_USE, "lumo::mockTL::DataStream::stopGrabbing", "grab was not running");
+  }
+  endAcquisitionLocked();
+}
+
+void DataStream::stopIfGrabbing() {
+  std::lock_guard lock(moduleMutex());
+  if (grabbing_) {
+    endAcquisitionLocked();
+  }
+}
+
+void DataStream::haltAcquisition() {
+  std::lock_guard lock(moduleMutex());
+  endAcquisitionLocked();
+}
+
+void DataStream::endAcquisitionLocked() {
+  {
+    std::lock_guard lock(wakeMutex_);
+    grabbing_ = false;
+  }
+  wake_.notify_all();
+  if (acquisition_.joinable()) {
+    acquisition_.join();
+  }
+}
+
+std::shared_ptr<Resource> DataStream::takeQueuedBuffer() {
+  std::lock_guard lock(inputQueueMutex_);
+  if (inputQueue_.empty()) {
+    return nullptr;
+  }
+  std::shared_ptr<Resource> front = std::move(inputQueue_.front());
+  inputQueue_.pop_front();
+  return front;
+}
+
+// Counted before it is signalled, so that a consumer holding the frame also finds it counted.
+void DataStream::deliver(std::shared_ptr<Resource> buffer) {
+  ++started_;
+  outputQueue_->Push(std::move(buffer));
+}
+
+void DataStream::reportFillFailure(const char* what) noexcept {
+  try {
+    errorEvent()->Push({GC_ERR_ERROR, what});
+  } catch (...) {
+    // Out of memory for the report itself: the frame is delivered all the same.
+  }
+}
+
+void DataStream::waitUntil(std::chrono::steady_clock::time_point deadline) {
+  std::unique_lock lock(wakeMutex_);
+  wake_.wait_until(lock, deadline, [this] { return !grabbing_; });
+}
+
+// --- Info and registers ---
 
 void DataStream::getInfo(STREAM_INFO_CMD command, INFO_DATATYPE& type, void* destination, std::size_t& size) {
   constexpr const char* where = "lumo::mockTL::DataStream::getInfo";
@@ -44,18 +404,75 @@ void DataStream::getInfo(STREAM_INFO_CMD command, INFO_DATATYPE& type, void* des
   }
   // The two text answers keep this 0 as their type: consumers of the stream id have always seen it.
   type = INFO_DATATYPE_UNKNOWN;
-  INFO_DATATYPE textType = INFO_DATATYPE_UNKNOWN;
+  const auto text = [&](std::string_view value) {
+    std::size_t room = size;
+    // The size needed is written also when the buffer is refused.
+    size = value.size() + 1;
+    INFO_DATATYPE textType = INFO_DATATYPE_UNKNOWN;
+    info::ReportInfoString(textType, destination, room, value, where, "buffer too small");
+  };
+  const auto count = [&](std::size_t value) { reportNumber(type, destination, size, value, INFO_DATATYPE_SIZET); };
+  const auto counter = [&](std::uint64_t value) { reportNumber(type, destination, size, value, INFO_DATATYPE_UINT64); };
   switch (command) {
-    case STREAM_INFO_ID: return info::ReportInfoString(textType, destination, size, id(), where, "buffer too small");
+    case STREAM_INFO_ID: return text(id());
+    case STREAM_INFO_NUM_DELIVERED: return counter(outputQueue_->numDelivered());
+    case STREAM_INFO_NUM_UNDERRUN: return counter(kUnderrunCount);
+    case STREAM_INFO_NUM_ANNOUNCED: return count(announcedCount());
+    case STREAM_INFO_NUM_QUEUED: return count(queuedCount());
+    case STREAM_INFO_NUM_AWAIT_DELIVERY: return count(outputQueue_->numInQueue());
+    case STREAM_INFO_NUM_STARTED: return counter(started_);
+    case STREAM_INFO_PAYLOAD_SIZE: return count(payloadSize());
+    case STREAM_INFO_IS_GRABBING: return reportFlag(type, destination, size, grabbing_);
+    case STREAM_INFO_DEFINES_PAYLOADSIZE: return reportFlag(type, destination, size, true);
+    case STREAM_INFO_TLTYPE: return text(identity::kTransportLayerType);
+    case STREAM_INFO_NUM_CHUNKS_MAX: return count(kMaxChunks);
+    case STREAM_INFO_BUF_ANNOUNCE_MIN: return count(kMinimumAnnouncedBuffers);
+    case STREAM_INFO_BUF_ALIGNMENT: return count(kAnnounceAlignment);
+    case STREAM_INFO_FLOW_TABLE:
+    case STREAM_INFO_GENDC_PREFETCH_DESCRIPTOR:
+      throw GenericException(GC_ERR_NO_DATA, where, "command is invalid while flow mechanism is not used");
     case STREAM_INFO_CUSTOM_ID:
       throw GenericException(GC_ERR_NOT_IMPLEMENTED, where, "requested custom info not implemented");
     default: throw GenericException(GC_ERR_NOT_IMPLEMENTED, where, "requested info not implemented");
   }
 }
 
+std::uint32_t DataStream::numFlows() const { return 1; }
+
+void DataStream::GetFlowInfo(std::uint32_t index, FLOW_INFO_CMD command, INFO_DATATYPE& type, void* destination,
+                             std::size_t& size) const {
+  constexpr const char* where = "lumo::mockTL::DataStream::GetFlowInfo";
+  if (index >= numFlows()) {
+    throw GenericException(GC_ERR_INVALID_INDEX, where, "invalid index: iFlowIndex");
+  }
+  if (command != FLOW_INFO_SIZE) {
+    throw GenericException(GC_ERR_NOT_IMPLEMENTED, where, "Unknown buffer info command used");
+  }
+  // Without GenDC streaming the one flow carries the image.
+  info::ReportInfoNumeric(type, destination, size, info::Size{payloadSize()});
+}
+
 void DataStream::initRegisterMap() {
+  constexpr auto u32 = RegisterType::Uint32;
+  constexpr auto u64 = RegisterType::Uint64;
+  constexpr auto ro = RegisterAccess::ReadOnly;
   declareDescribedRegisters(DescriptionKind::DataStream, "TLDataStream", "StreamPort",
-                            {{kStreamIdRegister, 0x100, 256, RegisterType::String, RegisterAccess::ReadOnly}});
+                            {
+                                {kQueuedRegister, 0x8, 4, u32, ro},
+                                {kAnnouncedRegister, 0x4, 4, u32, ro},
+                                {kAwaitingDeliveryRegister, 0xC, 4, u32, ro},
+                                {kDeliveredRegister, 0x14, 8, u64, ro},
+                                {kUnderrunRegister, 0x1C, 8, u64, ro},
+                                {kStartedRegister, 0x2C, 8, u64, ro},
+                                {kGrabbingRegister, 0x50, 4, u32, ro},
+                                {kStreamIdRegister, 0x100, 256, RegisterType::String, ro},
+                            });
+}
+
+void DataStream::initEvents() {
+  outputQueue_ = Event::create<NewBufferEvent>();
+  eventSource()->add(outputQueue_);
+  SpecificModule::initEvents();
 }
 
 std::string DataStream::ReadStringRegImpl(std::uint32_t id) {
@@ -66,6 +483,92 @@ std::string DataStream::ReadStringRegImpl(std::uint32_t id) {
       throw GenericException(GC_ERR_INVALID_ID, "lumo::mockTL::DataStream::ReadStringRegImpl",
                              "unknown reg id during read string reg");
   }
+}
+
+// The three 64-bit counters (4004 to 4006) are answered here too, but a port read of them goes to
+// the uint64 read, which the stream leaves to the refusing default: those registers have never
+// been readable through the port, and their truncated values here are what a 32-bit read meant.
+std::uint32_t DataStream::ReadUint32RegImpl(std::uint32_t id) {
+  switch (id) {
+    case kQueuedRegister: return static_cast<std::uint32_t>(queuedCount());
+    case kAnnouncedRegister: return static_cast<std::uint32_t>(announcedCount());
+    case kAwaitingDeliveryRegister: return static_cast<std::uint32_t>(outputQueue_->numInQueue());
+    case kDeliveredRegister: return static_cast<std::uint32_t>(outputQueue_->numDelivered());
+    case kUnderrunRegister: return static_cast<std::uint32_t>(kUnderrunCount);
+    case kStartedRegister: return static_cast<std::uint32_t>(started_);
+    case kGrabbingRegister: return grabbing_ ? 1 : 0;
+    default:
+      throw GenericException(GC_ERR_INVALID_ID, "lumo::mockTL::DataStream::ReadUint32RegImpl",
+                             "unknown reg id during read uint reg");
+  }
+}
+
+// --- Image settings ---
+
+ImageGeometry DataStream::imageGeometryLocked() const {
+  const bool padded = configuration_.paddingMode == static_cast<std::int32_t>(kPaddingOn);
+  ImageGeometry geometry;
+  geometry.pixelFormat = configuration_.pixelFormat == 0 ? pfnc::Mono8 : configuration_.pixelFormat;
+  geometry.width = configuration_.width;
+  geometry.height = configuration_.height;
+  geometry.paddingX = padded ? configuration_.paddingPixelCountX : 0;
+  geometry.paddingY = padded ? configuration_.paddingLineCountY : 0;
+  return geometry;
+}
+
+ImageGeometry DataStream::imageGeometry() const {
+  std::lock_guard lock(settingsMutex_);
+  return imageGeometryLocked();
+}
+
+std::uint32_t DataStream::paddingMode() const {
+  std::lock_guard lock(settingsMutex_);
+  return static_cast<std::uint32_t>(configuration_.paddingMode);
+}
+
+std::uint64_t DataStream::payloadSize() const {
+  std::lock_guard lock(settingsMutex_);
+  return payloadSize_;
+}
+
+template <class Change>
+void DataStream::updateSettings(Change change) {
+  std::lock_guard lock(settingsMutex_);
+  change(configuration_);
+  payloadSize_ = imageGeometryLocked().payloadSize();
+}
+
+void DataStream::setPixelFormat(std::uint32_t pixelFormat) {
+  updateSettings([&](StreamConfiguration& record) { record.pixelFormat = pixelFormat; });
+}
+
+void DataStream::setWidth(std::uint32_t width) {
+  updateSettings([&](StreamConfiguration& record) { record.width = width; });
+}
+
+void DataStream::setHeight(std::uint32_t height) {
+  updateSettings([&](StreamConfiguration& record) { record.height = height; });
+}
+
+void DataStream::setPaddingMode(std::int32_t mode) {
+  updateSettings([&](StreamConfiguration& record) { record.paddingMode = mode; });
+}
+
+void DataStream::setPaddingPixelCountX(std::uint32_t pixels) {
+  updateSettings([&](StreamConfiguration& record) { record.paddingPixelCountX = pixels; });
+}
+
+void DataStream::setPaddingLineCountY(std::uint32_t lines) {
+  updateSettings([&](StreamConfiguration& record) { record.paddingLineCountY = lines; });
+}
+
+void DataStream::setSourceImages(std::vector<std::shared_ptr<const SourceImage>> images) {
+  std::lock_guard lock(settingsMutex_);
+  sourceImages_ = std::move(images);
+}
+
+bool DataStream::writeFrame(std::span<std::byte> destination, const SourceImage* image) {
+  return writeImageData(imageGeometry(), destination, image, generated_);
 }
 
 }  // namespace lumo::mockTL

@@ -1,50 +1,174 @@
 #pragma once
 
 #include <atomic>
+#include <condition_variable>
+#include <cstddef>
 #include <cstdint>
+#include <deque>
+#include <map>
 #include <memory>
+#include <mutex>
+#include <span>
 #include <string>
-#include <thread>
+#include <vector>
 
+#include "event/NewBufferEvent.h"
 #include "gentl/GenTL.h"
 #include "module/Module.h"
+#include "source/GeneratedSource.h"
+#include "source/ImageGeometry.h"
+#include "source/SourceImage.h"
+#include "stream/AcquisitionThread.h"
+#include "stream/FillSide.h"
+#include "stream/Resource.h"
 #include "tree/Configuration.h"
 
 namespace lumo::mockTL {
 
-// One data stream of a device, built from one stream record when the device is built, and opened
-// at most once (DevOpenDataStream). It serves its id, its GenApi description and its open state;
-// buffer management and acquisition build on the members marked below.
-class DataStream final : public SpecificModule<void*>, public std::enable_shared_from_this<DataStream> {
+// One data stream of a device, built from one stream record when the device is built and opened
+// at most once (DevOpenDataStream). It owns the announced buffers, the input queue of buffers
+// waiting to be filled and, as its new-buffer event, the output queue of filled ones; it runs one
+// acquisition thread while it grabs. Its public operations are the consumer's face and may be
+// called from any thread; the acquisition thread sees only the FillSide face.
+//
+// Locks, none held while another of them is taken:
+// - the module mutex: starting and stopping acquisition (the thread object), which joins the
+//   acquisition thread while holding it; the thread therefore never takes it;
+// - the settings mutex: the stream record's image settings and the payload size computed from
+//   them; the acquisition thread takes it briefly for every frame;
+// - the buffer-map mutex: the announced buffers;
+// - the input-queue mutex: the input queue; the acquisition thread takes it to pop a buffer.
+// The grabbing and open flags, the number of images, the started count and the buffers' flags are
+// atomics read without a lock.
+class DataStream final : public SpecificModule<void*>,
+                         public std::enable_shared_from_this<DataStream>,
+                         private FillSide {
  public:
+  static constexpr std::uint64_t kMinimumAnnouncedBuffers = 3;
+
+  // Must be owned by a std::shared_ptr: buffers are announced with a reference to it.
   DataStream(const std::shared_ptr<Module>& device, StreamConfiguration configuration);
+  ~DataStream() override;
 
   const std::string& id() const { return configuration_.id; }
 
-  // Marks the stream open; GC_ERR_RESOURCE_IN_USE when it already is. Nothing closes it again.
+  // Marks the stream open; GC_ERR_RESOURCE_IN_USE when it already is. Nothing opens it twice:
+  // neither close nor the device's close clears the flag.
   void open();
   bool isOpen() const { return open_; }
-  bool isGrabbing() const { return grabbing_; }
+  bool isGrabbing() const override { return grabbing_; }
 
-  // Ends acquisition for the device's close: clears the running and grabbing flags and joins the
-  // acquisition thread if there is one. Called under the device's module mutex, which the
-  // acquisition thread therefore never takes. Throws std::system_error
-  // (resource_deadlock_would_occur) when called on the acquisition thread itself.
+  // --- Buffer management. Each returns the Resource the consumer then knows by its buffer's
+  // handle; failures are GenericExceptions with the operation's name.
+  std::shared_ptr<Resource> Announce(std::uint64_t size, void* memory, void* privateData);
+  std::shared_ptr<Resource> AllocAndAnnounce(std::uint64_t size, void* privateData);
+  // A composite buffer: one segment per flow of the stream.
+  std::shared_ptr<Resource> Announce(void* const* segments, const std::size_t* sizes, std::size_t count,
+                                     void* privateData);
+  // Forgets the buffer named by `handle`; a queue that still holds it keeps it until the entry
+  // leaves. Writes the buffer's handle to `buffer` and its private pointer to `privateData` when
+  // they are given. GC_ERR_INVALID_ID when the stream has no such buffer.
+  void RevokeBuffer(const void* handle, void** buffer, void** privateData);
+  void QueueBuffer(const std::shared_ptr<Resource>& resource);
+  // Buffer `index` in the order of the buffers' id texts.
+  std::shared_ptr<Resource> BufferByIndex(std::uint32_t index) const;
+  // This stream's buffer whose handle is `handle`, or empty. Never dereferences `handle`.
+  std::shared_ptr<Resource> findBuffer(const void* handle) const;
+  // Whether a buffer is announced at `memory` (the address its id is made of).
+  bool isAnnounced(const void* memory) const;
+  std::size_t announcedCount() const;
+  void flush(ACQ_QUEUE_TYPE mode);
+
+  // --- Acquisition.
+  void startGrabbing(ACQ_START_FLAGS flags, std::uint64_t numberOfImages);
+  // GC_ERR_RESOURCE_IN_USE when the stream is not grabbing. Joins the acquisition thread. Both
+  // queues stay as they are.
+  void stopGrabbing();
+  // Ends acquisition whatever the state: for the stream's and the device's close. Called under
+  // the device's module mutex. Throws std::system_error (resource_deadlock_would_occur) on the
+  // acquisition thread itself.
   void haltAcquisition();
+  // DSClose: no acquisition thread touches the buffers any more once it returns; the buffers stay
+  // announced and the stream stays open.
+  void close() { haltAcquisition(); }
 
   void getInfo(STREAM_INFO_CMD command, INFO_DATATYPE& type, void* destination, std::size_t& size);
 
+  // --- Flows: a stream has one flow until GenDC streaming spreads a container over several.
+  bool usesFlows() const { return false; }
+  std::uint32_t numFlows() const;
+  void GetFlowInfo(std::uint32_t index, FLOW_INFO_CMD command, INFO_DATATYPE& type, void* destination,
+                   std::size_t& size) const;
+
+  // --- Image settings, as the stream reports them to its buffers: padding counts 0 unless the
+  // padding mode is 1, pixel format Mono8 when none is configured. The setters store the value
+  // in the stream's record and recompute the payload size; buffers announced earlier keep the
+  // sizes they were made with, while fills follow the new settings.
+  ImageGeometry imageGeometry() const;
+  std::uint32_t paddingMode() const;
+  std::uint64_t payloadSize() const;
+  void setPixelFormat(std::uint32_t pixelFormat);
+  void setWidth(std::uint32_t width);
+  void setHeight(std::uint32_t height);
+  void setPaddingMode(std::int32_t mode);
+  void setPaddingPixelCountX(std::uint32_t pixels);
+  void setPaddingLineCountY(std::uint32_t lines);
+  // The images an image-file source cycles through; taken at the next acquisition start.
+  void setSourceImages(std::vector<std::shared_ptr<const SourceImage>> images);
+
+  // Writes one frame of the current settings into `destination` (see writeImageData). For the
+  // acquisition thread, through a buffer's copyImage; any thread while the stream is not grabbing.
+  bool writeFrame(std::span<std::byte> destination, const SourceImage* image);
+
   void initRegisterMap() override;
+  void initEvents() override;
   std::string ReadStringRegImpl(std::uint32_t id) override;
+  std::uint32_t ReadUint32RegImpl(std::uint32_t id) override;
 
  private:
-  StreamConfiguration configuration_;
-  std::atomic<bool> open_{false};
-  // Acquisition state. The acquisition thread reads the two flags without a lock; the thread
-  // object is started by the acquisition start and joined by its stop or by haltAcquisition.
-  std::atomic<bool> running_{false};
+  // FillSide, for the acquisition thread.
+  std::uint64_t numberOfImages() const override { return numberOfImages_; }
+  std::uint64_t startedCount() const override { return started_; }
+  std::shared_ptr<Resource> takeQueuedBuffer() override;
+  void deliver(std::shared_ptr<Resource> buffer) override;
+  void reportFillFailure(const char* what) noexcept override;
+  void waitUntil(std::chrono::steady_clock::time_point deadline) override;
+
+  // The remote device's sleep between frames. Takes the device's mutex: never call it while
+  // holding the module mutex, which the device's close takes after its own.
+  std::int64_t framePeriod() const;
+  void endAcquisitionLocked();
+  void stopIfGrabbing();
+  void insert(const char* where, const std::shared_ptr<Resource>& resource);
+  template <class Change>
+  void updateSettings(Change change);
+  ImageGeometry imageGeometryLocked() const;
+  std::size_t queuedCount() const;
+
+  std::atomic<std::uint64_t> numberOfImages_{GENTL_INFINITE};
   std::atomic<bool> grabbing_{false};
-  std::thread acquisitionThread_;
+  std::atomic<bool> open_{false};
+
+  mutable std::mutex bufferMapMutex_;
+  std::map<std::string, std::shared_ptr<Resource>> buffers_;
+  mutable std::mutex inputQueueMutex_;
+  std::deque<std::shared_ptr<Resource>> inputQueue_;
+  std::shared_ptr<NewBufferEvent> outputQueue_;
+
+  mutable std::mutex settingsMutex_;
+  StreamConfiguration configuration_;  // the id never changes; the rest under the settings mutex
+  std::uint64_t payloadSize_ = 0;
+  std::vector<std::shared_ptr<const SourceImage>> sourceImages_;
+
+  // Underruns are reported on standard error, never counted: consumers read 0 here.
+  static constexpr std::uint64_t kUnderrunCount = 0;
+  std::atomic<std::uint64_t> started_{0};
+  // The generated images' render cache: the acquisition thread's while it runs.
+  GeneratedSource generated_;
+  // Wakes the acquisition thread from its frame wait when grabbing ends.
+  std::mutex wakeMutex_;
+  std::condition_variable wake_;
+  AcquisitionThread acquisition_;  // under the module mutex
 };
 
 }  // namespace lumo::mockTL

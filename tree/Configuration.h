@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "source/ImageFileSource.h"
+
 // The shape of the simulated tree and the image settings of every stream: plain value records,
 // copied freely. Each module keeps its own copy of its record.
 namespace lumo::mockTL {
@@ -19,9 +21,11 @@ struct StreamConfiguration {
   std::int32_t paddingMode = 0;
   std::uint32_t paddingPixelCountX = 0;
   std::uint32_t paddingLineCountY = 0;
-  // Where the image-file source takes its images from; the source itself does the loading.
+  // Where the image-file source takes its images from, and the images it loaded from there when the
+  // configuration was read. Copies of the record share the images, which are immutable.
   std::optional<std::filesystem::path> imageDirectoryPath;
   std::optional<std::vector<std::filesystem::path>> imageOrder;
+  ImageList images;
   // A recorded stream file to replay instead of images; it then defines the format itself.
   std::filesystem::path path;
   bool isStreamFile = false;

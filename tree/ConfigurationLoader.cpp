@@ -81,6 +81,15 @@ void applyStream(const json& object, StreamConfiguration& stream) {
     const auto names = object.at("ImageOrder").get<std::vector<std::string>>();
     stream.imageOrder.emplace(names.begin(), names.end());
   }
+  // The images are loaded here, once: a stream's geometry follows its first image, and every copy
+  // of the record shares them. A file-system failure fails the whole stream list, like a bad key.
+  stream.images = ImageFileSource::load(stream.imageDirectoryPath, stream.imageOrder, std::cout);
+  if (const std::optional<ImageGeometry> first = ImageFileSource::geometryOf(stream.images)) {
+    stream.width = first->width;
+    stream.height = first->height;
+    stream.pixelFormat = first->pixelFormat;
+    return;
+  }
   stream.width = object.value("Width", stream.width);
   stream.height = object.value("Height", stream.height);
   // A name outside the table stores 0, like no name at all: the format is never half-known.

@@ -49,13 +49,13 @@ Device::Device(const std::shared_ptr<Module>& iface, DeviceConfiguration configu
   initRegisterMap();
 }
 
+// Closed or not, no stream may outlive this with its acquisition thread running: a stream can be
+// started again after the device's close, and its thread holds no reference that would keep it.
 Device::~Device() {
-  if (open_) {
-    try {
-      close();
-    } catch (...) {
-      // Destroyed by one of its own acquisition threads: that thread cannot join itself.
-    }
+  try {
+    close();
+  } catch (...) {
+    // Destroyed by one of its own acquisition threads: that thread cannot join itself.
   }
 }
 

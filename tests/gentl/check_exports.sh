@@ -16,7 +16,10 @@ for required in GCInitLib GCCloseLib GCGetLastError GCGetInfo \
   TLOpen TLClose TLGetInfo TLGetNumInterfaces TLGetInterfaceID TLGetInterfaceInfo TLOpenInterface \
   TLUpdateInterfaceList IFClose IFGetInfo IFGetNumDevices IFGetDeviceID IFUpdateDeviceList IFGetDeviceInfo \
   IFOpenDevice IFGetParentTL DevGetNumDataStreams DevGetDataStreamID DevOpenDataStream DevGetInfo DevClose \
-  DevGetParentIF; do
+  DevGetParentIF DSAnnounceBuffer DSAllocAndAnnounceBuffer DSFlushQueue DSStartAcquisition DSStopAcquisition \
+  DSGetInfo DSGetBufferID DSClose DSRevokeBuffer DSQueueBuffer DSGetBufferInfo DSGetBufferChunkData DSGetParentDev \
+  DSGetNumBufferParts DSGetBufferPartInfo DSAnnounceCompositeBuffer DSGetBufferInfoStacked \
+  DSGetBufferPartInfoStacked DSGetNumFlows DSGetFlowInfo DSGetNumBufferSegments DSGetBufferSegmentInfo; do
   grep -qx "$required" <<<"$exported" || { echo "missing export: $required"; exit 1; }
 done
 echo "$(wc -l <<<"$exported") GenTL functions exported, nothing else"

@@ -44,6 +44,35 @@ class GenTLExports {
   LMMOCKTL_EXPORT(DevGetInfo);
   LMMOCKTL_EXPORT(DevClose);
   LMMOCKTL_EXPORT(DevGetParentIF);
+  LMMOCKTL_EXPORT(DSAnnounceBuffer);
+  LMMOCKTL_EXPORT(DSAllocAndAnnounceBuffer);
+  LMMOCKTL_EXPORT(DSFlushQueue);
+  LMMOCKTL_EXPORT(DSStartAcquisition);
+  LMMOCKTL_EXPORT(DSStopAcquisition);
+  LMMOCKTL_EXPORT(DSGetInfo);
+  LMMOCKTL_EXPORT(DSGetBufferID);
+  LMMOCKTL_EXPORT(DSClose);
+  LMMOCKTL_EXPORT(DSRevokeBuffer);
+  LMMOCKTL_EXPORT(DSQueueBuffer);
+  LMMOCKTL_EXPORT(DSGetBufferInfo);
+  LMMOCKTL_EXPORT(DSGetBufferChunkData);
+  LMMOCKTL_EXPORT(DSGetParentDev);
+  LMMOCKTL_EXPORT(DSGetNumBufferParts);
+  LMMOCKTL_EXPORT(DSGetBufferPartInfo);
+  LMMOCKTL_EXPORT(DSAnnounceCompositeBuffer);
+  LMMOCKTL_EXPORT(DSGetBufferInfoStacked);
+  LMMOCKTL_EXPORT(DSGetBufferPartInfoStacked);
+  LMMOCKTL_EXPORT(DSGetNumFlows);
+  LMMOCKTL_EXPORT(DSGetFlowInfo);
+  LMMOCKTL_EXPORT(DSGetNumBufferSegments);
+  LMMOCKTL_EXPORT(DSGetBufferSegmentInfo);
+  LMMOCKTL_EXPORT(GCRegisterEvent);
+  LMMOCKTL_EXPORT(GCUnregisterEvent);
+  LMMOCKTL_EXPORT(EventGetData);
+  LMMOCKTL_EXPORT(EventGetInfo);
+  LMMOCKTL_EXPORT(EventFlush);
+  LMMOCKTL_EXPORT(EventKill);
+  LMMOCKTL_EXPORT(GCReadPort);
 #undef LMMOCKTL_EXPORT
 };
 

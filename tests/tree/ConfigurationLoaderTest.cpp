@@ -5,6 +5,7 @@
 #include <functional>
 #include <string>
 
+#include "source/ImageFiles.h"
 #include "support/ScopedEnvironment.h"
 #include "tree/ConfigurationLoader.h"
 
@@ -132,13 +133,37 @@ TEST_F(ConfigurationLoaderTest, StreamFileStreamsReadNoImageSettings) {
   EXPECT_EQ(stream.pixelFormat, 0u);
 }
 
-TEST_F(ConfigurationLoaderTest, ImageSourceKeysAreKeptForTheImageSource) {
+TEST_F(ConfigurationLoaderTest, ImagesAreLoadedOnceAndTheFirstGivesTheStreamItsGeometry) {
+  TemporaryDirectory images;
+  testing_support::writeImage(images.path() / "b.png", testing_support::makePicture(40, 30, 3, 8));
+  testing_support::writeImage(images.path() / "a.png", testing_support::makePicture(40, 30, 3, 8));
   const StreamConfiguration stream = onlyStream(load(R"({"Interfaces": [{"ID": "I", "Devices": [{"ID": "Cam",
-      "Streams": [{"ID": "S", "ImageDirectoryPath": "/images", "ImageOrder": ["b.png", "a.tif"]}]}]}]})"));
-  ASSERT_TRUE(stream.imageDirectoryPath.has_value());
-  EXPECT_EQ(*stream.imageDirectoryPath, "/images");
-  ASSERT_TRUE(stream.imageOrder.has_value());
-  EXPECT_EQ(*stream.imageOrder, (std::vector<std::filesystem::path>{"b.png", "a.tif"}));
+      "Streams": [{"ID": "S", "ImageDirectoryPath": ")" +
+                                                     images.path().string() + R"(", "ImageOrder": ["b.png"],
+      "Width": 640, "Height": 480, "PixelFormat": "Mono8", "PaddingPixelCountX": 8}]}]}]})"));
+  EXPECT_EQ(*stream.imageDirectoryPath, images.path());
+  EXPECT_EQ(*stream.imageOrder, std::vector<std::filesystem::path>{"b.png"});
+  ASSERT_EQ(stream.images.size(), 1u);
+  EXPECT_EQ(stream.images[0].path, images.path() / "b.png");
+  EXPECT_EQ(stream.width, 40u);
+  EXPECT_EQ(stream.height, 30u);
+  EXPECT_EQ(stream.pixelFormat, 0x02180014u);
+  EXPECT_EQ(stream.paddingPixelCountX, 8u);
+}
+
+TEST_F(ConfigurationLoaderTest, StreamWithoutLoadableImagesKeepsItsConfiguredGeometry) {
+  TemporaryDirectory images;
+  images.write("a.png", "");
+  const auto [system, printed] = loadText(R"({"Interfaces": [{"ID": "I", "Devices": [{"ID": "Cam",
+      "Streams": [{"ID": "S", "ImageDirectoryPath": ")" +
+                                          images.path().string() + R"(",
+      "Width": 640, "Height": 480, "PixelFormat": "Mono12p"}]}]}]})");
+  const StreamConfiguration& stream = onlyStream(system);
+  EXPECT_TRUE(stream.images.empty());
+  EXPECT_EQ(stream.width, 640u);
+  EXPECT_EQ(stream.height, 480u);
+  EXPECT_EQ(stream.pixelFormat, 0x010C0047u);
+  EXPECT_EQ(printed, "Skipped image file \"" + (images.path() / "a.png").string() + "\": the file is empty\n");
 }
 
 struct FormatCase {
@@ -211,6 +236,12 @@ INSTANTIATE_TEST_SUITE_P(
                    keepsTheBuiltInTree},
         BrokenCase{"InterfaceWithoutId", R"({"Interfaces": [{"ID": "A"}, {"Devices": []}]})",
                    "[json.exception.out_of_range.403] key 'ID' not found", keepsTheBuiltInTree},
+        BrokenCase{"ImageDirectoryMissing",
+                   R"({"Interfaces": [{"ID": "I", "Devices": [{"ID": "C", "Streams": [{"ID": "S",
+                       "ImageDirectoryPath": "/nonexistent-lmmocktl-images"}]}]}]})",
+                   "filesystem error: directory_iterator::directory_iterator: No such file or directory "
+                   "[/nonexistent-lmmocktl-images]",
+                   keepsTheBuiltInTree},
         BrokenCase{"SecondStreamBroken",
                    R"({"Interfaces": [{"ID": "I", "Devices": [{"ID": "C", "Streams": [{"ID": "S"}, {"Width": 1}]}]}]})",
                    "[json.exception.out_of_range.403]", keepsTheBuiltInTree}),

@@ -1,0 +1,299 @@
+// The image list of a stream: which files it takes, in which order, what it leaves out and why, the
+// geometry the first image gives the stream, and the delivery of loaded images into buffers.
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstring>
+#include <filesystem>
+#include <optional>
+#include <ostream>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "source/GeneratedSource.h"
+#include "source/ImageFileLoader.h"
+#include "source/ImageFileSource.h"
+#include "source/ImageFiles.h"
+#include "source/MemoryImage.h"
+#include "source/Pfnc.h"
+#include "source/PixelFormatLayout.h"
+#include "stream/ImageTransfer.h"
+#include "support/PrintImageGeometry.h"
+#include "support/ScopedEnvironment.h"
+#include "support/StaleBuffer.h"
+
+namespace lumo::mockTL {
+namespace {
+
+namespace fs = std::filesystem;
+using namespace testing_support;
+using Paths = std::vector<fs::path>;
+
+const TestPicture kGray8 = makePicture(6, 4, 1, 8);
+
+class ImageFileSourceTest : public ::testing::Test {
+ protected:
+  fs::path write(const std::string& name, const TestPicture& picture = kGray8) const {
+    return writeImage(directory_.path() / name, picture);
+  }
+
+  ImageList load(const std::optional<fs::path>& directory, const std::optional<Paths>& order) {
+    return ImageFileSource::load(directory, order, report_);
+  }
+
+  // The names of the listed files, in list order.
+  static std::vector<std::string> names(const ImageList& images) {
+    std::vector<std::string> names;
+    for (const ImageListEntry& entry : images) names.push_back(entry.path.filename().string());
+    return names;
+  }
+
+  // What went to the report, one string per line.
+  std::vector<std::string> reportLines() const {
+    std::vector<std::string> lines;
+    std::istringstream text(report_.str());
+    for (std::string line; std::getline(text, line);) lines.push_back(line);
+    return lines;
+  }
+
+  const fs::path& path() const { return directory_.path(); }
+
+  TemporaryDirectory directory_;
+  std::ostringstream report_;
+};
+
+using Names = std::vector<std::string>;
+
+TEST_F(ImageFileSourceTest, DirectoryGivesItsImageFilesByNameAndNothingElse) {
+  write("b.png");
+  write("a.tif");
+  directory_.write("c.txt", "text");
+  writeJpeg(path() / "D.JPG", kGray8);
+  fs::create_directory(path() / "sub");
+  write("sub/e.png");
+  fs::create_directory(path() / "f.png");
+  fs::create_symlink(path() / "b.png", path() / "g.bmp.png");
+  const ImageList images = load(path(), std::nullopt);
+  EXPECT_EQ(names(images), (Names{"a.tif", "b.png", "g.bmp.png"}));
+  EXPECT_EQ(report_.str(), "");
+  EXPECT_TRUE(images.front().path.is_absolute());
+}
+
+TEST_F(ImageFileSourceTest, NamesCompareByteByByte) {
+  for (const char* name : {"img2.bmp", "img10.bmp", "Img3.bmp", "\xC3\xA9.bmp", "z.bmp", "img1.bmp"}) {
+    write(name);
+  }
+  EXPECT_EQ(names(load(path(), std::nullopt)),
+            (Names{"Img3.bmp", "img1.bmp", "img10.bmp", "img2.bmp", "z.bmp", "\xC3\xA9.bmp"}));
+}
+
+TEST_F(ImageFileSourceTest, RelativeDirectoryIsTakenInTheWorkingDirectory) {
+  write("a.png");
+  const ScopedWorkingDirectory inParent(path().parent_path());
+  const ImageList images = load(path().filename(), std::nullopt);
+  ASSERT_EQ(names(images), Names{"a.png"});
+  EXPECT_EQ(images[0].path, path() / "a.png");
+}
+
+TEST_F(ImageFileSourceTest, ImageOrderBeatsTheDirectoryAndMayRepeatFiles) {
+  for (const char* name : {"a.png", "b.png", "c.png"}) write(name);
+  EXPECT_EQ(names(load(path(), Paths{"c.png", "a.png", "c.png"})), (Names{"c.png", "a.png", "c.png"}));
+}
+
+TEST_F(ImageFileSourceTest, ImageOrderWithoutDirectoryIsTakenInTheWorkingDirectory) {
+  write("a.png");
+  const ScopedWorkingDirectory inside(path());
+  EXPECT_EQ(names(load(std::nullopt, Paths{"a.png"})), Names{"a.png"});
+}
+
+TEST_F(ImageFileSourceTest, AbsoluteImageOrderEntriesIgnoreTheDirectory) {
+  const fs::path elsewhere = write("a.png");
+  fs::create_directory(path() / "other");
+  EXPECT_EQ(load(path() / "other", Paths{elsewhere})[0].path, elsewhere);
+}
+
+TEST_F(ImageFileSourceTest, EmptyImageOrderLeavesTheOrderToTheDirectory) {
+  write("b.png");
+  write("a.png");
+  EXPECT_EQ(names(load(path(), Paths{})), (Names{"a.png", "b.png"}));
+}
+
+TEST_F(ImageFileSourceTest, NeitherKeyGivesNoImages) {
+  write("a.png");
+  const ScopedWorkingDirectory inside(path());
+  EXPECT_TRUE(load(std::nullopt, std::nullopt).empty());
+  EXPECT_TRUE(load(std::nullopt, Paths{}).empty());
+}
+
+TEST_F(ImageFileSourceTest, MissingDirectoryRaisesTheDirectoryIterationError) {
+  try {
+    load(path() / "missing", std::nullopt);
+    FAIL() << "nothing thrown";
+  } catch (const fs::filesystem_error& failure) {
+    EXPECT_NE(std::string(failure.what()).find("directory_iterator::directory_iterator"), std::string::npos)
+        << failure.what();
+    EXPECT_EQ(failure.path1(), path() / "missing");
+    EXPECT_EQ(failure.code(), std::errc::no_such_file_or_directory);
+  }
+}
+
+TEST_F(ImageFileSourceTest, UnusableFilesAreLeftOutWithOneLineEachAndTheOthersStay) {
+  write("a.png");
+  directory_.write("b.png", "");
+  directory_.write("c.mio", "proprietary");
+  write("d.jpg");
+  writeBytes(path() / "d.jpg", {0xFF, 0xD8, 0xFF});
+  write("e.png");
+  EXPECT_EQ(names(load(path(), std::nullopt)), (Names{"a.png", "e.png"}));
+  EXPECT_EQ(reportLines(),
+            (Names{"Skipped image file \"" + (path() / "b.png").string() + "\": the file is empty",
+                   "Skipped image file \"" + (path() / "c.mio").string() + "\": no decoder is available for .mio files",
+                   "Skipped image file \"" + (path() / "d.jpg").string() + "\": Premature end of JPEG file"}));
+}
+
+TEST_F(ImageFileSourceTest, MissingImageOrderEntryIsLeftOutWithALine) {
+  write("a.png");
+  EXPECT_EQ(names(load(path(), Paths{"gone.png", "a.png"})), Names{"a.png"});
+  EXPECT_EQ(reportLines(),
+            Names{"Skipped image file \"" + (path() / "gone.png").string() + "\": the file does not exist"});
+}
+
+TEST_F(ImageFileSourceTest, ImagesThatDifferFromTheFirstAreLeftOut) {
+  directory_.write("a.png", "");  // fails, so b.png is the first image
+  write("b.png");
+  write("c.png", makePicture(6, 4, 3, 8));
+  write("d.png", makePicture(6, 4, 1, 16));
+  write("e.png", makePicture(6, 5, 1, 8));
+  write("f.png", makePicture(7, 4, 4, 8));
+  write("g.png", makePicture(6, 4, 2, 8));  // gray once its alpha is dropped
+  EXPECT_EQ(names(load(path(), std::nullopt)), (Names{"b.png", "g.png"}));
+  const std::vector<std::string> lines = reportLines();
+  ASSERT_EQ(lines.size(), 5u);
+  EXPECT_NE(lines[1].find("c.png\": its planes differ from the first image's"), std::string::npos) << lines[1];
+  EXPECT_NE(lines[3].find("e.png\": its size 6 x 5 differs from the first image's"), std::string::npos) << lines[3];
+}
+
+// An image whose second plane holds wider samples than its first, which no decoder here makes.
+class MixedPlanesImage : public SourceImage {
+ public:
+  std::uint32_t width() const override { return 2; }
+  std::uint32_t height() const override { return 2; }
+  std::size_t planeCount() const override { return 3; }
+  PlaneDataType planeDataType(std::size_t plane) const override {
+    return {plane == 1 ? std::uint8_t{16} : std::uint8_t{8}, false};
+  }
+  std::optional<LinearPlane> linearPlane(std::size_t) const override { return std::nullopt; }
+};
+
+TEST_F(ImageFileSourceTest, ImageWithPlanesOfDifferentDataTypesEmptiesTheList) {
+  write("a.png");
+  write("b.png");
+  write("c.png");
+  const auto loader = [](const fs::path& file) -> std::shared_ptr<const SourceImage> {
+    if (file.filename() == "b.png") return std::make_shared<MixedPlanesImage>();
+    return ImageFileLoader::load(file);
+  };
+  EXPECT_TRUE(ImageFileSource::load(path(), std::nullopt, report_, loader).empty());
+  EXPECT_EQ(reportLines(), Names{"Skipped all image files: the planes of \"" + (path() / "b.png").string() +
+                                 "\" differ in data type"});
+}
+
+struct GeometryCase {
+  const char* name;
+  const char* fileName;
+  std::size_t channels;
+  std::uint8_t bitDepth;
+  std::uint32_t pixelFormat;
+};
+
+void PrintTo(const GeometryCase& c, std::ostream* out) { *out << c.name; }
+
+class FirstImageGeometry : public ImageFileSourceTest, public ::testing::WithParamInterface<GeometryCase> {};
+
+TEST_P(FirstImageGeometry, IsItsSizeAndThePixelFormatOfItsPlanes) {
+  const GeometryCase& c = GetParam();
+  write(c.fileName, makePicture(33, 17, c.channels, c.bitDepth));
+  write(std::string("z") + c.fileName, makePicture(33, 17, c.channels, c.bitDepth));
+  EXPECT_EQ(ImageFileSource::geometryOf(load(path(), std::nullopt)), (ImageGeometry{c.pixelFormat, 33, 17, 0, 0}));
+}
+
+INSTANTIATE_TEST_SUITE_P(Formats, FirstImageGeometry,
+                         ::testing::Values(GeometryCase{"Gray8", "a.png", 1, 8, pfnc::Mono8},
+                                           GeometryCase{"Gray16", "a.tif", 1, 16, pfnc::Mono16},
+                                           GeometryCase{"Rgb8", "a.bmp", 3, 8, pfnc::RGB8},
+                                           GeometryCase{"Rgba8", "a.png", 4, 8, pfnc::RGB8},
+                                           GeometryCase{"Rgb16", "a.j2k", 3, 16, pfnc::RGB10}),
+                         [](const ::testing::TestParamInfo<GeometryCase>& info) { return info.param.name; });
+
+TEST_F(ImageFileSourceTest, EmptyListGivesNoGeometry) { EXPECT_EQ(ImageFileSource::geometryOf({}), std::nullopt); }
+
+TEST_F(ImageFileSourceTest, FramesTakeTheImagesInTurnByStartedCount) {
+  for (const char* name : {"a.png", "b.png", "c.png"}) write(name);
+  const ImageList images = load(path(), std::nullopt);
+  for (std::uint64_t started : {0, 1, 2, 3, 4, 7}) {
+    EXPECT_EQ(ImageFileSource::imageForFrame(images, started), images[started % 3].image.get()) << started;
+  }
+  EXPECT_EQ(ImageFileSource::imageForFrame({}, 5), nullptr);
+}
+
+struct DeliveryCase {
+  const char* name;
+  const char* fileName;
+  std::size_t channels;
+  std::uint8_t bitDepth;
+  std::uint32_t pixelFormat;  // 0: the first image's
+};
+
+void PrintTo(const DeliveryCase& c, std::ostream* out) { *out << c.name; }
+
+class DeliveredImage : public ImageFileSourceTest, public ::testing::WithParamInterface<DeliveryCase> {};
+
+TEST_P(DeliveredImage, BufferHoldsTheFilesSamplesInTheFormatsOrder) {
+  const DeliveryCase& c = GetParam();
+  const TestPicture picture = makePicture(21, 9, c.channels, c.bitDepth);
+  write(c.fileName, picture);
+  const ImageList images = load(path(), std::nullopt);
+  ImageGeometry geometry = ImageFileSource::geometryOf(images).value();
+  if (c.pixelFormat != 0) geometry.pixelFormat = c.pixelFormat;
+  const PixelFormatLayout& layout = *findPixelFormatLayout(geometry.pixelFormat);
+
+  std::vector<std::byte> buffer = staleBuffer(static_cast<std::size_t>(geometry.payloadSize()));
+  GeneratedSource generated;
+  ASSERT_TRUE(writeImageData(geometry, buffer, ImageFileSource::imageForFrame(images, 0), generated));
+  for (std::uint32_t y = 0; y < 9; ++y) {
+    for (std::uint32_t x = 0; x < 21; ++x) {
+      for (std::size_t s = 0; s < layout.components; ++s) {
+        const std::size_t offset = ((y * 21 + x) * layout.components + s) * layout.sampleBytes;
+        ASSERT_EQ(sampleAt(buffer, offset, layout.sampleBytes), picture.at(x, y, layout.channels[s]))
+            << x << "," << y << " sample " << s;
+      }
+    }
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Formats, DeliveredImage,
+                         ::testing::Values(DeliveryCase{"Mono8", "a.png", 1, 8, 0},
+                                           DeliveryCase{"Mono16", "a.png", 1, 16, 0},
+                                           DeliveryCase{"RGB8", "a.tif", 3, 8, 0},
+                                           DeliveryCase{"RGB8FromRgba", "a.png", 4, 8, 0},
+                                           DeliveryCase{"RGB10From16BitRgb", "a.tif", 3, 16, 0},
+                                           DeliveryCase{"BGR8FromRgb", "a.bmp", 3, 8, pfnc::BGR8},
+                                           DeliveryCase{"BGR16From16BitRgb", "a.png", 3, 16, pfnc::BGR16}),
+                         [](const ::testing::TestParamInfo<DeliveryCase>& info) { return info.param.name; });
+
+TEST_F(ImageFileSourceTest, PackedFormatDeliversTheGeneratedImageDespiteLoadedImages) {
+  write("a.png", makePicture(16, 4, 1, 8));
+  const ImageList images = load(path(), std::nullopt);
+  const ImageGeometry geometry{pfnc::Mono12p, 16, 4, 0, 0};
+  std::vector<std::byte> delivered = staleBuffer(static_cast<std::size_t>(geometry.payloadSize()));
+  std::vector<std::byte> generatedOnly = delivered;
+  GeneratedSource generated;
+  ASSERT_TRUE(writeImageData(geometry, delivered, ImageFileSource::imageForFrame(images, 0), generated));
+  ASSERT_TRUE(generated.fill(geometry, generatedOnly));
+  EXPECT_EQ(delivered, generatedOnly);
+}
+
+}  // namespace
+}  // namespace lumo::mockTL

@@ -1,0 +1,184 @@
+// Buffers on their own: the timestamp they carry in their memory, the fill that follows the
+// stream's settings or gives up when the stream is gone, and composite buffers' segments and flows.
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstring>
+#include <memory>
+#include <stdexcept>
+#include <vector>
+
+#include "source/Pfnc.h"
+#include "stream/DataStream.h"
+#include "support/ExpectGenTLError.h"
+#include "support/StaleBuffer.h"
+#include "tree/ConfigurationLoader.h"
+#include "tree/Device.h"
+
+namespace lumo::mockTL {
+namespace {
+
+StreamConfiguration smallMono8() {
+  StreamConfiguration record;
+  record.id = "Small";
+  record.pixelFormat = pfnc::Mono8;
+  record.width = 16;
+  record.height = 4;
+  return record;
+}
+
+class BufferTest : public ::testing::Test {
+ protected:
+  std::shared_ptr<DataStream> stream = std::make_shared<DataStream>(nullptr, smallMono8());
+};
+
+template <class T>
+T info(const Resource& resource, BUFFER_INFO_CMD command) {
+  T value{};
+  std::size_t size = sizeof(value);
+  INFO_DATATYPE type = 0;
+  resource.GetBufferInfo(command, type, &value, size);
+  return value;
+}
+
+TEST_F(BufferTest, TimestampGoesLittleEndianIntoTheFirstEightBytes) {
+  std::vector<std::byte> memory = staleBuffer(64);
+  const auto resource = stream->Announce(memory.size(), memory.data(), nullptr);
+  resource->buffer().stampTimestamp();
+  const auto timestamp = info<std::uint64_t>(*resource, BUFFER_INFO_TIMESTAMP);
+  for (std::size_t i = 0; i < 8; ++i) {
+    EXPECT_EQ(std::to_integer<std::uint64_t>(memory[i]), (timestamp >> (8 * i)) & 0xFF) << "byte " << i;
+  }
+  EXPECT_EQ(memory[8], kStale);
+}
+
+TEST_F(BufferTest, TimestampIsCutToABufferShorterThanItself) {
+  std::vector<std::byte> memory = staleBuffer(12);
+  const auto resource = stream->Announce(4, memory.data(), nullptr);
+  resource->buffer().stampTimestamp();
+  EXPECT_EQ(std::vector<std::byte>(memory.begin() + 4, memory.end()), staleBuffer(8));
+}
+
+TEST_F(BufferTest, BufferSmallerThanThePayloadIsLeftAsItWas) {
+  std::vector<std::byte> memory = staleBuffer(63);
+  const auto resource = stream->Announce(memory.size(), memory.data(), nullptr);
+  resource->buffer().copyImage(nullptr);
+  EXPECT_EQ(memory, staleBuffer(63));
+}
+
+TEST_F(BufferTest, FillFollowsTheStreamsCurrentSettings) {
+  std::vector<std::byte> memory = staleBuffer(16 * 4 * 3);
+  const auto resource = stream->Announce(memory.size(), memory.data(), nullptr);
+  stream->setPixelFormat(pfnc::RGB8);
+  resource->buffer().copyImage(nullptr);
+  EXPECT_EQ(std::to_integer<int>(memory[0]), 55);
+  EXPECT_EQ(std::to_integer<int>(memory[1]), 161);
+  EXPECT_EQ(std::to_integer<int>(memory[2]), 102);
+  EXPECT_EQ(info<std::uint64_t>(*resource, BUFFER_INFO_PIXELFORMAT), pfnc::RGB8) << "read live from the stream";
+  EXPECT_EQ(info<std::size_t>(*resource, BUFFER_INFO_WIDTH), 16u) << "frozen when the buffer was made";
+}
+
+TEST_F(BufferTest, BufferWhoseStreamIsGoneRefusesToFillOrTellItsFormat) {
+  std::vector<std::byte> memory = staleBuffer(64);
+  const auto resource = stream->Announce(memory.size(), memory.data(), nullptr);
+  stream.reset();
+  try {
+    resource->buffer().copyImage(nullptr);
+    ADD_FAILURE() << "filled without a stream";
+  } catch (const std::invalid_argument& failure) {
+    EXPECT_STREQ(failure.what(), "The given data stream handle is not valid.");
+  }
+  EXPECT_THROW(info<std::uint64_t>(*resource, BUFFER_INFO_PIXELFORMAT), std::invalid_argument);
+  EXPECT_EQ(memory, staleBuffer(64));
+}
+
+TEST_F(BufferTest, OnlyADataStreamCanOwnABuffer) {
+  const auto device = Device::create(nullptr, ConfigurationLoader::builtInDevice());
+  std::byte memory[8];
+  try {
+    Buffer buffer(device, memory, sizeof(memory));
+    ADD_FAILURE() << "made under a device";
+  } catch (const std::runtime_error& failure) {
+    EXPECT_STREQ(failure.what(), "The given parent module is not the DataStream object.");
+  }
+}
+
+TEST_F(BufferTest, PlainBufferTakesNoFlowsAndHasNoSegmentInfo) {
+  std::byte memory[64];
+  const auto resource = stream->Announce(sizeof(memory), memory, nullptr);
+  const FlowRecord flow{8, memory};
+  EXPECT_THROW(resource->buffer().copyFlowData({&flow, 1}), std::logic_error);
+  INFO_DATATYPE type = 0;
+  std::size_t size = 0;
+  EXPECT_GENTL_ERROR(resource->GetBufferSegmentInfo(0, SEGMENT_INFO_BASE, type, nullptr, size), GC_ERR_NOT_IMPLEMENTED,
+                     "segment info is only available for composite buffers");
+}
+
+// --- Composite buffers, made directly with two segments. ---
+
+class SegmentedBufferTest : public BufferTest {
+ protected:
+  std::vector<std::byte> first = staleBuffer(16);
+  std::vector<std::byte> second = staleBuffer(8);
+  std::shared_ptr<SegmentedBuffer> buffer =
+      std::make_shared<SegmentedBuffer>(stream, std::vector<Segment>{{first.data(), 16}, {second.data(), 8}});
+
+  template <class T>
+  T segmentInfo(std::uint32_t index, SEGMENT_INFO_CMD command, INFO_DATATYPE expectedType) {
+    T value{};
+    std::size_t size = sizeof(value);
+    INFO_DATATYPE type = 0;
+    buffer->GetBufferSegmentInfo(index, command, type, &value, size);
+    EXPECT_EQ(type, expectedType);
+    return value;
+  }
+};
+
+TEST_F(SegmentedBufferTest, AnswersForEachSegmentAndItsTimestamp) {
+  EXPECT_EQ(segmentInfo<void*>(1, SEGMENT_INFO_BASE, INFO_DATATYPE_PTR), second.data());
+  EXPECT_EQ(segmentInfo<std::size_t>(1, SEGMENT_INFO_SIZE, INFO_DATATYPE_SIZET), 8u);
+  EXPECT_EQ(segmentInfo<std::size_t>(0, SEGMENT_INFO_SIZE_FILLED, INFO_DATATYPE_SIZET), 16u);
+  EXPECT_EQ(segmentInfo<std::size_t>(0, SEGMENT_INFO_DATA_SIZE, INFO_DATATYPE_SIZET), 16u);
+  EXPECT_EQ(segmentInfo<std::uint8_t>(0, SEGMENT_INFO_IS_INCOMPLETE, INFO_DATATYPE_BOOL8), 0);
+  EXPECT_EQ(segmentInfo<std::uint64_t>(0, 28, INFO_DATATYPE_UINT64), buffer->timestamp());
+  EXPECT_EQ(buffer->moduleId(), BufferBase::moduleIdOf(first.data())) << "named after its first segment";
+
+  INFO_DATATYPE type = 0;
+  std::size_t size = 0;
+  EXPECT_GENTL_ERROR(buffer->GetBufferSegmentInfo(2, SEGMENT_INFO_BASE, type, nullptr, size), GC_ERR_INVALID_INDEX,
+                     "invalid index: iSegmentIndex");
+  EXPECT_GENTL_ERROR(buffer->GetBufferSegmentInfo(0, SEGMENT_INFO_CUSTOM_ID, type, nullptr, size),
+                     GC_ERR_NOT_IMPLEMENTED, "unknown command used: iInfoCmd");
+}
+
+TEST_F(SegmentedBufferTest, CopiesEachFlowToTheStartOfItsSegment) {
+  const std::vector<std::byte> flowA(16, std::byte{1}), flowB(5, std::byte{2});
+  const FlowRecord flows[] = {{flowA.size(), flowA.data()}, {flowB.size(), flowB.data()}};
+  buffer->copyFlowData(flows);
+  EXPECT_EQ(first, flowA);
+  EXPECT_EQ(std::vector<std::byte>(second.begin(), second.begin() + 5), flowB);
+  EXPECT_EQ(second[5], kStale);
+}
+
+TEST_F(SegmentedBufferTest, RefusesFlowsThatDoNotMatchItsSegments) {
+  const std::vector<std::byte> flowA(16, std::byte{1}), tooLong(9, std::byte{2});
+  const FlowRecord one[] = {{flowA.size(), flowA.data()}};
+  try {
+    buffer->copyFlowData(one);
+    ADD_FAILURE() << "one flow copied into two segments";
+  } catch (const std::invalid_argument& failure) {
+    EXPECT_STREQ(failure.what(), "The number of flows does not match the number of buffer segments.");
+  }
+  const FlowRecord overlong[] = {{flowA.size(), flowA.data()}, {tooLong.size(), tooLong.data()}};
+  try {
+    buffer->copyFlowData(overlong);
+    ADD_FAILURE() << "a 9-byte flow copied into an 8-byte segment";
+  } catch (const std::invalid_argument& failure) {
+    EXPECT_STREQ(failure.what(), "The flow does not fit into the corresponding buffer segment.");
+  }
+  EXPECT_EQ(first, flowA) << "the flows before the one that does not fit are copied";
+  EXPECT_EQ(second, staleBuffer(8));
+}
+
+}  // namespace
+}  // namespace lumo::mockTL

@@ -1,0 +1,269 @@
+// The data stream module on its own: buffer announcement and order, the image settings behind the
+// payload size, and its acquisition thread fed with images of its own, paced at 1 ms.
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "event/ErrorEvent.h"
+#include "source/MemoryImage.h"
+#include "source/Pfnc.h"
+#include "stream/DataStream.h"
+#include "support/ExpectGenTLError.h"
+#include "tree/ConfigurationLoader.h"
+#include "tree/Device.h"
+#include "tree/RemoteDevice.h"
+
+namespace lumo::mockTL {
+namespace {
+
+constexpr std::uint64_t kOneMillisecond = 1000000;
+constexpr std::uint64_t kWait = 5000;
+
+// Addresses that are announced but never filled: announcing does not touch the memory.
+void* at(std::uintptr_t address) { return reinterpret_cast<void*>(address); }
+
+class DataStreamTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_TRUE(device->open());
+    device->remoteDevice()->setSleepBetweenFrames(kOneMillisecond);
+    stream->setWidth(16);
+    stream->setHeight(4);
+  }
+
+  // `count` buffers of the payload size, queued.
+  std::vector<std::shared_ptr<Resource>> queueBuffers(int count) {
+    std::vector<std::shared_ptr<Resource>> buffers;
+    for (int i = 0; i < count; ++i) {
+      buffers.push_back(stream->AllocAndAnnounce(stream->payloadSize(), nullptr));
+      stream->QueueBuffer(buffers.back());
+    }
+    return buffers;
+  }
+
+  std::shared_ptr<NewBufferEvent> newBufferEvent() {
+    auto event = std::dynamic_pointer_cast<NewBufferEvent>(stream->eventSource()->find(EVENT_NEW_BUFFER));
+    event->Register();
+    return event;
+  }
+
+  // The next delivered buffer's handle.
+  static BUFFER_HANDLE next(Event& event) {
+    EVENT_NEW_BUFFER_DATA data{};
+    std::size_t size = sizeof(data);
+    event.GetData(&data, size, kWait);
+    return data.BufferHandle;
+  }
+
+  std::shared_ptr<Device> device = Device::create(nullptr, ConfigurationLoader::builtInDevice());
+  std::shared_ptr<DataStream> stream = device->getDataStream(0);
+};
+
+TEST_F(DataStreamTest, BuffersAreIndexedInTheTextOrderOfTheirIdsNotByAddress) {
+  stream->Announce(8, at(9000), nullptr);
+  stream->Announce(8, at(10000), nullptr);
+  EXPECT_EQ(stream->BufferByIndex(0)->buffer().moduleId(), "BufferAt_10000");
+  EXPECT_EQ(stream->BufferByIndex(1)->buffer().moduleId(), "BufferAt_9000");
+  EXPECT_GENTL_ERROR(stream->BufferByIndex(2), GC_ERR_INVALID_INDEX, "index out of bounds");
+
+  stream->Announce(8, at(4096), nullptr);
+  EXPECT_EQ(stream->BufferByIndex(0)->buffer().moduleId(), "BufferAt_10000") << "indices shift with the text";
+  EXPECT_EQ(stream->BufferByIndex(1)->buffer().moduleId(), "BufferAt_4096");
+}
+
+TEST_F(DataStreamTest, AnnounceRefusesZeroSizeNullMemoryAndMemoryAnnouncedBefore) {
+  EXPECT_GENTL_ERROR(stream->Announce(0, at(4096), nullptr), GC_ERR_BUFFER_TOO_SMALL,
+                     "Buffer of Size == 0 is not valid");
+  EXPECT_GENTL_ERROR(stream->Announce(8, nullptr, nullptr), GC_ERR_INVALID_PARAMETER, "Buffer pointer not valid");
+  EXPECT_GENTL_ERROR(stream->AllocAndAnnounce(0, nullptr), GC_ERR_BUFFER_TOO_SMALL, "Buffer of Size == 0 is not valid");
+  stream->Announce(8, at(4096), nullptr);
+  EXPECT_GENTL_ERROR(stream->Announce(16, at(4096), nullptr), GC_ERR_RESOURCE_IN_USE,
+                     "a buffer at this address is already announced");
+  EXPECT_EQ(stream->announcedCount(), 1u);
+  EXPECT_TRUE(stream->isAnnounced(at(4096)));
+}
+
+TEST_F(DataStreamTest, AllocatedMemoryIsZeroFilled) {
+  const auto resource = stream->AllocAndAnnounce(32, nullptr);
+  const Segment& memory = resource->buffer().segments().front();
+  ASSERT_EQ(memory.size, 32u);
+  EXPECT_EQ(std::vector<std::byte>(memory.base, memory.base + 32), std::vector<std::byte>(32));
+}
+
+TEST_F(DataStreamTest, RevokingABufferOfNoOneIsAnInvalidId) {
+  int elsewhere = 0;
+  EXPECT_GENTL_ERROR(stream->RevokeBuffer(&elsewhere, nullptr, nullptr), GC_ERR_INVALID_ID, "unknown segment list");
+}
+
+TEST_F(DataStreamTest, PayloadFollowsTheSettingsAsTheStreamReportsThem) {
+  stream->setWidth(640);
+  stream->setHeight(480);
+  EXPECT_EQ(stream->payloadSize(), 307200u);
+  const auto before = stream->AllocAndAnnounce(stream->payloadSize(), nullptr);
+
+  stream->setPaddingPixelCountX(4);
+  stream->setPaddingLineCountY(2);
+  EXPECT_EQ(stream->payloadSize(), 307200u) << "padding counts only while the padding mode is 1";
+  stream->setPaddingMode(1);
+  EXPECT_EQ(stream->payloadSize(), 644u * 482u);
+  stream->setPixelFormat(pfnc::RGB8);
+  EXPECT_EQ(stream->payloadSize(), 644u * 482u * 3u);
+  stream->setPixelFormat(0);
+  EXPECT_EQ(stream->imageGeometry().pixelFormat, pfnc::Mono8) << "no format reads as Mono8";
+  stream->setPaddingMode(2);
+  EXPECT_EQ(stream->payloadSize(), 307200u);
+
+  std::size_t dataSize = 0;
+  std::size_t size = sizeof(dataSize);
+  INFO_DATATYPE type = 0;
+  before->GetBufferInfo(BUFFER_INFO_DATA_SIZE, type, &dataSize, size);
+  EXPECT_EQ(dataSize, 307200u) << "a buffer keeps the payload size it was made with";
+}
+
+TEST_F(DataStreamTest, CompositeAnnounceChecksItsSegmentsThenTheStreamsState) {
+  std::byte memory[2][16];
+  void* segments[] = {memory[0], memory[1]};
+  void* withNull[] = {memory[0], nullptr};
+  const std::size_t sizes[] = {16, 16};
+  const std::size_t withZero[] = {16, 0};
+  EXPECT_GENTL_ERROR(stream->Announce(nullptr, sizes, 1, nullptr), GC_ERR_INVALID_PARAMETER,
+                     "ppSegments must not be null");
+  EXPECT_GENTL_ERROR(stream->Announce(segments, nullptr, 1, nullptr), GC_ERR_INVALID_PARAMETER,
+                     "piSizes must not be null");
+  EXPECT_GENTL_ERROR(stream->Announce(segments, withZero, 2, nullptr), GC_ERR_BUFFER_TOO_SMALL,
+                     "Buffer of Size == 0 is not valid");
+  EXPECT_GENTL_ERROR(stream->Announce(withNull, sizes, 2, nullptr), GC_ERR_INVALID_PARAMETER,
+                     "ppSegments[n] is not valid");
+  EXPECT_GENTL_ERROR(stream->Announce(segments, sizes, 2, nullptr), GC_ERR_INVALID_PARAMETER,
+                     "specified segment count must match the required number of flows");
+
+  queueBuffers(3);
+  stream->startGrabbing(ACQ_START_FLAGS_DEFAULT, GENTL_INFINITE);
+  EXPECT_GENTL_ERROR(stream->Announce(segments, sizes, 1, nullptr), GC_ERR_BUSY,
+                     "announcement is not allowed while streaming");
+  stream->stopGrabbing();
+  EXPECT_TRUE(stream->Announce(segments, sizes, 1, nullptr)->isComposite());
+}
+
+TEST_F(DataStreamTest, StartAndStopGuardTheirOwnArguments) {
+  EXPECT_GENTL_ERROR(stream->startGrabbing(1, 1), GC_ERR_NOT_AVAILABLE, "only default flag is allowed");
+  EXPECT_GENTL_ERROR(stream->startGrabbing(ACQ_START_FLAGS_DEFAULT, 0), GC_ERR_INVALID_PARAMETER, "numberImages==0");
+  EXPECT_GENTL_ERROR(stream->stopGrabbing(), GC_ERR_RESOURCE_IN_USE, "grab was not running");
+  stream->startGrabbing(ACQ_START_FLAGS_DEFAULT, 1);
+  EXPECT_GENTL_ERROR(stream->startGrabbing(ACQ_START_FLAGS_DEFAULT, 1), GC_ERR_RESOURCE_IN_USE, "grab already running");
+  stream->stopGrabbing();
+}
+
+// One image per frame, each filled with its own byte value.
+std::shared_ptr<const SourceImage> uniformImage(std::uint32_t width, std::uint32_t height, std::uint8_t value) {
+  auto image =
+      std::make_shared<MemoryImage>(width, height, 1, PlaneDataType{8, false}, MemoryImage::Arrangement::Interleaved);
+  std::memset(image->data(), value, image->size());
+  return image;
+}
+
+TEST_F(DataStreamTest, ImagesFollowTheStartedCountAcrossAcquisitionsWhileFrameIdsRestart) {
+  const std::vector<std::shared_ptr<const SourceImage>> images{uniformImage(16, 4, 0xA0), uniformImage(16, 4, 0xB0)};
+  stream->setSourceImages(images);
+  queueBuffers(3);
+  const auto event = newBufferEvent();
+  // Byte 8 is the first image byte behind the timestamp.
+  const auto expectFrom = [&](BUFFER_HANDLE handle, std::size_t image) {
+    const auto resource = stream->findBuffer(handle);
+    EXPECT_EQ(resource->buffer().segments().front().base[8], image == 0 ? std::byte{0xA0} : std::byte{0xB0});
+    EXPECT_EQ(resource->buffer().lastSourceImage(), images[image]);
+    return resource;
+  };
+
+  stream->startGrabbing(ACQ_START_FLAGS_DEFAULT, 3);
+  for (const std::size_t image : {0, 1, 0}) {
+    stream->QueueBuffer(expectFrom(next(*event), image));
+  }
+  stream->stopGrabbing();
+  stream->startGrabbing(ACQ_START_FLAGS_DEFAULT, 1);
+  const BUFFER_HANDLE handle = next(*event);
+  expectFrom(handle, 1);  // the fourth frame ever takes the second image
+  std::uint64_t frameId = 99;
+  std::size_t size = sizeof(frameId);
+  INFO_DATATYPE type = 0;
+  stream->findBuffer(handle)->GetBufferInfo(BUFFER_INFO_FRAMEID, type, &frameId, size);
+  EXPECT_EQ(frameId, 0u);
+  stream->stopGrabbing();
+}
+
+// A stream whose configuration loaded images delivers them without anyone handing them over.
+TEST(DataStreamImages, AStreamDeliversTheImagesItsConfigurationLoaded) {
+  DeviceConfiguration configuration = ConfigurationLoader::builtInDevice();
+  StreamConfiguration& record = configuration.streams.front();
+  record.width = 16;
+  record.height = 4;
+  record.pixelFormat = 0x01080001;  // Mono8
+  record.images = {{"first.png", uniformImage(16, 4, 0x5A)}};
+  const auto device = Device::create(nullptr, configuration);
+  ASSERT_TRUE(device->open());
+  device->remoteDevice()->setSleepBetweenFrames(kOneMillisecond);
+  const auto stream = device->getDataStream(0);
+  std::vector<std::shared_ptr<Resource>> buffers;
+  for (int i = 0; i < 3; ++i) {
+    buffers.push_back(stream->AllocAndAnnounce(stream->payloadSize(), nullptr));
+    stream->QueueBuffer(buffers.back());
+  }
+  const auto event = std::dynamic_pointer_cast<NewBufferEvent>(stream->eventSource()->find(EVENT_NEW_BUFFER));
+  event->Register();
+  stream->startGrabbing(ACQ_START_FLAGS_DEFAULT, 1);
+  EVENT_NEW_BUFFER_DATA data{};
+  std::size_t size = sizeof(data);
+  event->GetData(&data, size, kWait);
+  const auto resource = stream->findBuffer(data.BufferHandle);
+  ASSERT_NE(resource, nullptr);
+  const std::byte* bytes = resource->buffer().segments().front().base;
+  EXPECT_EQ(bytes[8], std::byte{0x5A});
+  EXPECT_EQ(bytes[63], std::byte{0x5A});
+  stream->stopGrabbing();
+}
+
+TEST_F(DataStreamTest, FailedFillIsReportedOnTheErrorEventAndTheFrameStillDelivered) {
+  constexpr std::uint32_t kUnknownEightBitFormat = 0x010800FF;
+  stream->setPixelFormat(kUnknownEightBitFormat);
+  queueBuffers(3);
+  const auto event = newBufferEvent();
+  stream->errorEvent()->Register();
+  stream->startGrabbing(ACQ_START_FLAGS_DEFAULT, 1);
+  EXPECT_NE(next(*event), nullptr);
+
+  char data[ErrorEvent::kMaxDataBytes] = {};
+  std::size_t size = sizeof(data);
+  stream->errorEvent()->GetData(data, size, kWait);
+  GC_ERROR code = 0;
+  std::memcpy(&code, data, sizeof(code));
+  EXPECT_EQ(code, GC_ERR_ERROR);
+  EXPECT_STREQ(data + sizeof(code), "unsupported pixel format");
+  stream->stopGrabbing();
+}
+
+TEST_F(DataStreamTest, DeviceCloseEndsTheAcquisitionAndTheStreamStaysOpen) {
+  stream->open();
+  queueBuffers(3);
+  stream->startGrabbing(ACQ_START_FLAGS_DEFAULT, GENTL_INFINITE);
+  device->close();
+  EXPECT_FALSE(stream->isGrabbing());
+  EXPECT_TRUE(stream->isOpen());
+  EXPECT_GENTL_ERROR(stream->open(), GC_ERR_RESOURCE_IN_USE, "ds already open");
+}
+
+TEST_F(DataStreamTest, LongFramePeriodDoesNotDelayTheStop) {
+  device->remoteDevice()->setSleepBetweenFrames(3600ULL * 1000 * kOneMillisecond);
+  queueBuffers(3);
+  stream->startGrabbing(ACQ_START_FLAGS_DEFAULT, GENTL_INFINITE);
+  // Joins a thread that sleeps towards its next frame an hour away; a stop that waited for it
+  // would hang the test.
+  stream->stopGrabbing();
+  EXPECT_FALSE(stream->isGrabbing());
+}
+
+}  // namespace
+}  // namespace lumo::mockTL
