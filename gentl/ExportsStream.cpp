@@ -36,14 +36,35 @@ std::shared_ptr<Resource> requireBuffer(const DataStream& stream, const void* hB
   return resource;
 }
 
-// The four handle tests of the exports that name their arguments: stream null and unknown, then
-// buffer null and unknown.
-DataStream& requireNamedStreamAndBuffer(const void* hDataStream, const void* hBuffer, const char* where) {
-  checks::requireHandle(hDataStream, where, kNullStream);
-  checks::requireRegistered(hDataStream, where, kUnknownStream);
-  checks::requireHandle(hBuffer, where, "null pointer: hBuffer");
-  checks::requireRegistered(hBuffer, where, "unknown handle: hBuffer");
-  return checks::requireModule<DataStream>(hDataStream, where, kNamedStream);
+// The texts of the handle tests of an export that takes a stream and a buffer.
+struct StreamAndBufferMessages {
+  const char* streamNull;
+  const char* streamUnknown;
+  const char* bufferNull;
+  const char* bufferUnknown;
+  const char* afterCast;
+};
+
+constexpr StreamAndBufferMessages kNamedStreamAndBuffer{kNullStream, kUnknownStream, "null pointer: hBuffer",
+                                                        "unknown handle: hBuffer", kUnknownStream};
+
+// In which order an export tests its two handles: each handle's null and registry tests in turn,
+// or both null tests before both registry tests.
+enum class HandleOrder { EachInTurn, NullTestsFirst };
+
+// The handle tests of an export that takes a stream and a buffer, then the stream. The buffer
+// handle is only known to be registered: the stream looks it up among its own buffers.
+DataStream& requireStreamAndBuffer(const void* hDataStream, const void* hBuffer, const char* where,
+                                   const StreamAndBufferMessages& messages, HandleOrder order) {
+  checks::requireHandle(hDataStream, where, messages.streamNull);
+  if (order == HandleOrder::NullTestsFirst) {
+    checks::requireHandle(hBuffer, where, messages.bufferNull);
+  }
+  checks::requireRegistered(hDataStream, where, messages.streamUnknown);
+  checks::requireHandle(hBuffer, where, messages.bufferNull);
+  checks::requireRegistered(hBuffer, where, messages.bufferUnknown);
+  return checks::requireModule<DataStream>(hDataStream, where,
+                                           {messages.streamNull, messages.streamUnknown, messages.afterCast});
 }
 
 }  // namespace
@@ -122,12 +143,10 @@ GC_API DSRevokeBuffer(DS_HANDLE hDataStream, BUFFER_HANDLE hBuffer, void** ppBuf
   return error::doReturn([&] {
     constexpr const char* where = LMMOCKTL_BODY(DSRevokeBuffer);
     checks::requireInitialised(where);
-    checks::requireHandle(hDataStream, where, "datastream handle <= 0");
-    checks::requireRegistered(hDataStream, where, "handle is unknown");
-    checks::requireHandle(hBuffer, where, "buffer handle <= 0");
-    checks::requireRegistered(hBuffer, where, "handle is unknown");
-    auto& stream = checks::requireModule<DataStream>(
-        hDataStream, where, {"datastream handle <= 0", "handle is unknown", "handle is not a datastream handle"});
+    auto& stream = requireStreamAndBuffer(hDataStream, hBuffer, where,
+                                          {"datastream handle <= 0", "handle is unknown", "buffer handle <= 0",
+                                           "handle is unknown", "handle is not a datastream handle"},
+                                          HandleOrder::EachInTurn);
     requireOpen(stream, where, "stream handle is not open");
     stream.RevokeBuffer(hBuffer, ppBuffer, ppPrivate);
   });
@@ -137,12 +156,10 @@ GC_API DSQueueBuffer(DS_HANDLE hDataStream, BUFFER_HANDLE hBuffer) {
   return error::doReturn([&] {
     constexpr const char* where = LMMOCKTL_BODY(DSQueueBuffer);
     checks::requireInitialised(where);
-    checks::requireHandle(hDataStream, where, "invalid datastream handle");
-    checks::requireHandle(hBuffer, where, "invalid buffer handle");
-    checks::requireRegistered(hDataStream, where, "handle ds is unknown");
-    checks::requireRegistered(hBuffer, where, "handle buffer is unknown");
-    auto& stream = checks::requireModule<DataStream>(
-        hDataStream, where, {"invalid datastream handle", "handle ds is unknown", "handle ds is unknown"});
+    auto& stream = requireStreamAndBuffer(hDataStream, hBuffer, where,
+                                          {"invalid datastream handle", "handle ds is unknown", "invalid buffer handle",
+                                           "handle buffer is unknown", "handle ds is unknown"},
+                                          HandleOrder::NullTestsFirst);
     stream.QueueBuffer(requireBuffer(stream, hBuffer, where, GC_ERR_INVALID_BUFFER, "Buffer not announced"));
   });
 }
@@ -230,12 +247,10 @@ GC_API DSGetBufferInfo(DS_HANDLE hDataStream, BUFFER_HANDLE hBuffer, BUFFER_INFO
     checks::requireInitialised(where);
     checks::requirePointer(piType, where, "piType is <= 0");
     checks::requirePointer(piSize, where, "piSize is <= 0");
-    checks::requireHandle(hDataStream, where, "datastream handle <= 0");
-    checks::requireHandle(hBuffer, where, "buffer handle <= 0");
-    checks::requireRegistered(hDataStream, where, "handle ds is unknown");
-    checks::requireRegistered(hBuffer, where, "handle buffer is unknown");
-    auto& stream = checks::requireModule<DataStream>(
-        hDataStream, where, {"datastream handle <= 0", "handle ds is unknown", "handle ds is unknown"});
+    auto& stream = requireStreamAndBuffer(hDataStream, hBuffer, where,
+                                          {"datastream handle <= 0", "handle ds is unknown", "buffer handle <= 0",
+                                           "handle buffer is unknown", "handle ds is unknown"},
+                                          HandleOrder::NullTestsFirst);
     requireOpen(stream, where, "datastream was not opened via device");
     requireBuffer(stream, hBuffer, where, GC_ERR_NOT_AVAILABLE, kNoResource)
         ->GetBufferInfo(iInfoCmd, *piType, pBuffer, *piSize);
@@ -247,7 +262,7 @@ GC_API DSGetBufferInfoStacked(DS_HANDLE hDataStream, BUFFER_HANDLE hBuffer, DS_B
   return error::doReturn([&] {
     constexpr const char* where = LMMOCKTL_BODY(DSGetBufferInfoStacked);
     checks::requireInitialised(where);
-    auto& stream = requireNamedStreamAndBuffer(hDataStream, hBuffer, where);
+    auto& stream = requireStreamAndBuffer(hDataStream, hBuffer, where, kNamedStreamAndBuffer, HandleOrder::EachInTurn);
     checks::requirePointer(pInfoStacked, where, "null pointer: pInfoStacked");
     if (iNumInfos == 0) {
       checks::fail(GC_ERR_INVALID_PARAMETER, where, "invalid inquiry: iNumInfos");
@@ -339,7 +354,7 @@ GC_API DSGetNumBufferSegments(DS_HANDLE hDataStream, BUFFER_HANDLE hBuffer, uint
   return error::doReturn([&] {
     constexpr const char* where = LMMOCKTL_BODY(DSGetNumBufferSegments);
     checks::requireInitialised(where);
-    auto& stream = requireNamedStreamAndBuffer(hDataStream, hBuffer, where);
+    auto& stream = requireStreamAndBuffer(hDataStream, hBuffer, where, kNamedStreamAndBuffer, HandleOrder::EachInTurn);
     checks::requirePointer(piNumSegments, where, "null pointer: piNumSegments");
     requireOpen(stream, where, kStreamNotOpen);
     *piNumSegments =
@@ -352,7 +367,7 @@ GC_API DSGetBufferSegmentInfo(DS_HANDLE hDataStream, BUFFER_HANDLE hBuffer, uint
   return error::doReturn([&] {
     constexpr const char* where = LMMOCKTL_BODY(DSGetBufferSegmentInfo);
     checks::requireInitialised(where);
-    auto& stream = requireNamedStreamAndBuffer(hDataStream, hBuffer, where);
+    auto& stream = requireStreamAndBuffer(hDataStream, hBuffer, where, kNamedStreamAndBuffer, HandleOrder::EachInTurn);
     checks::requirePointer(piType, where, "null pointer: piType");
     checks::requirePointer(piSize, where, "null pointer: piSize");
     requireOpen(stream, where, kStreamNotOpen);

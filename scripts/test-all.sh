@@ -20,7 +20,10 @@ ctest --test-dir "$root/build/release" --output-on-failure -j "$jobs"
 
 echo "== AddressSanitizer + UndefinedBehaviorSanitizer"
 configure_and_build build/asan -DCMAKE_BUILD_TYPE=Debug -DLMMOCKTL_SANITIZE=address,undefined
-ASAN_OPTIONS=detect_leaks=1:strict_string_checks=1 UBSAN_OPTIONS=print_stacktrace=1 \
+# The leak checker misreads the dynamic TLS of libraries loaded with the producer (its guess of
+# the glibc layout depends on addresses) and crashes its own tracer; without tracking dynamic TLS
+# it still checks every other root.
+ASAN_OPTIONS=detect_leaks=1:strict_string_checks=1:intercept_tls_get_addr=0 UBSAN_OPTIONS=print_stacktrace=1 \
   ctest --test-dir "$root/build/asan" --output-on-failure -j "$jobs"
 
 echo "== ThreadSanitizer"

@@ -92,17 +92,26 @@ void DataStream::open() {
 
 // --- Buffer management ---
 
-std::shared_ptr<Resource> DataStream::Announce(std::uint64_t size, void* memory, void* privateData) {
-  constexpr const char* where = "lumo::mockTL::DataStream::Announce";
+void DataStream::requireSize(const char* where, std::uint64_t size) {
   if (size == 0) {
     throw GenericException(GC_ERR_BUFFER_TOO_SMALL, where, "Buffer of Size == 0 is not valid");
   }
-  if (memory == nullptr) {
-    throw GenericException(GC_ERR_INVALID_PARAMETER, where, "Buffer pointer not valid");
-  }
+}
+
+// A stream whose frames span several flows takes composite buffers only.
+void DataStream::requireSingleFlow(const char* where) const {
   if (usesFlows() && numFlows() > 1) {
     throw GenericException(GC_ERR_ERROR, where, "current configuration is not supported by the requested operation");
   }
+}
+
+std::shared_ptr<Resource> DataStream::Announce(std::uint64_t size, void* memory, void* privateData) {
+  constexpr const char* where = "lumo::mockTL::DataStream::Announce";
+  requireSize(where, size);
+  if (memory == nullptr) {
+    throw GenericException(GC_ERR_INVALID_PARAMETER, where, "Buffer pointer not valid");
+  }
+  requireSingleFlow(where);
   auto resource = makeResource(
       where, [&] { return std::make_shared<Buffer>(shared_from_this(), memory, size); }, privateData);
   insert(where, resource);
@@ -111,12 +120,8 @@ std::shared_ptr<Resource> DataStream::Announce(std::uint64_t size, void* memory,
 
 std::shared_ptr<Resource> DataStream::AllocAndAnnounce(std::uint64_t size, void* privateData) {
   constexpr const char* where = "lumo::mockTL::DataStream::AllocAndAnnounce";
-  if (size == 0) {
-    throw GenericException(GC_ERR_BUFFER_TOO_SMALL, where, "Buffer of Size == 0 is not valid");
-  }
-  if (usesFlows() && numFlows() > 1) {
-    throw GenericException(GC_ERR_ERROR, where, "current configuration is not supported by the requested operation");
-  }
+  requireSize(where, size);
+  requireSingleFlow(where);
   auto resource = makeResource(
       where, [&] { return std::make_shared<Buffer>(shared_from_this(), size); }, privateData);
   insert(where, resource);
@@ -133,9 +138,7 @@ std::shared_ptr<Resource> DataStream::Announce(void* const* segments, const std:
     throw GenericException(GC_ERR_INVALID_PARAMETER, where, "piSizes must not be null");
   }
   for (std::size_t n = 0; n < count; ++n) {
-    if (sizes[n] == 0) {
-      throw GenericException(GC_ERR_BUFFER_TOO_SMALL, where, "Buffer of Size == 0 is not valid");
-    }
+    requireSize(where, sizes[n]);
     if (segments[n] == nullptr) {
       // The text names the array element literally, without its index.
       throw GenericException(GC_ERR_INVALID_PARAMETER, where, "ppSegments[n] is not valid");

@@ -139,6 +139,8 @@ class DataStream final : public SpecificModule<void*>,
   std::int64_t framePeriod() const;
   void endAcquisitionLocked();
   void stopIfGrabbing();
+  static void requireSize(const char* where, std::uint64_t size);
+  void requireSingleFlow(const char* where) const;
   void insert(const char* where, const std::shared_ptr<Resource>& resource);
   template <class Change>
   void updateSettings(Change change);

@@ -5,6 +5,7 @@
 #include <functional>
 #include <string>
 
+#include "support/ExportCheckTable.h"
 #include "support/StreamSession.h"
 
 namespace {
@@ -37,25 +38,9 @@ struct Scratch {
 };
 
 // An address that was never handed out by the producer.
-int neverRegistered;
-void* const kUnknown = &neverRegistered;
+void* const kUnknown = testing_support::kUnknownHandle;
 
-struct CheckCase {
-  const char* name;
-  std::function<GC_ERROR(GenTLExports&, const Handles&, Scratch&)> call;
-  GC_ERROR code;
-  const char* message;
-};
-
-void PrintTo(const CheckCase& c, std::ostream* out) { *out << c.name; }
-
-#define CHECK_CASE(name, code, message, expression)                                 \
-  CheckCase {                                                                       \
-    name,                                                                           \
-        []([[maybe_unused]] GenTLExports& gentl, [[maybe_unused]] const Handles& h, \
-           [[maybe_unused]] Scratch& s) -> GC_ERROR { return expression; },         \
-        code, message                                                               \
-  }
+using CheckCase = testing_support::ExportCheck<Handles, Scratch>;
 
 constexpr GC_ERROR kHandle = GC_ERR_INVALID_HANDLE;
 constexpr GC_ERROR kParameter = GC_ERR_INVALID_PARAMETER;
@@ -164,7 +149,7 @@ INSTANTIATE_TEST_SUITE_P(
                    gentl.DSGetParentDev(nullptr, nullptr)),
         CHECK_CASE("ParentNullIsUnknown", kHandle, "handle is unknown", gentl.DSGetParentDev(nullptr, &s.device)),
         CHECK_CASE("ParentDeviceHandle", kHandle, "handle is unknown", gentl.DSGetParentDev(h.device, &s.device))),
-    [](const auto& info) { return std::string(info.param.name); });
+    testing_support::checkName);
 
 INSTANTIATE_TEST_SUITE_P(
     Acquisition, StreamExportChecks,
@@ -184,7 +169,7 @@ INSTANTIATE_TEST_SUITE_P(
         CHECK_CASE("StopDeviceHandle", kHandle, "handle is invalid after cast", gentl.DSStopAcquisition(h.device, 0)),
         CHECK_CASE("StopNeverStarted", GC_ERR_RESOURCE_IN_USE, "grab was not running",
                    gentl.DSStopAcquisition(h.stream, 0))),
-    [](const auto& info) { return std::string(info.param.name); });
+    testing_support::checkName);
 
 INSTANTIATE_TEST_SUITE_P(
     Information, StreamExportChecks,
@@ -236,7 +221,7 @@ INSTANTIATE_TEST_SUITE_P(
                    gentl.DSGetNumBufferParts(h.stream, h.buffer, &s.count)),
         CHECK_CASE("PartInfo", GC_ERR_NOT_IMPLEMENTED, "TL does not do chunky data info",
                    gentl.DSGetBufferPartInfo(h.stream, h.buffer, 0, 0, &s.type, nullptr, &s.size))),
-    [](const auto& info) { return std::string(info.param.name); });
+    testing_support::checkName);
 
 INSTANTIATE_TEST_SUITE_P(
     FlowsAndSegments, StreamExportChecks,
@@ -267,7 +252,7 @@ INSTANTIATE_TEST_SUITE_P(
         CHECK_CASE("SegmentInfoOfAPlainBuffer", GC_ERR_NOT_IMPLEMENTED,
                    "segment info is only available for composite buffers",
                    gentl.DSGetBufferSegmentInfo(h.stream, h.buffer, 0, SEGMENT_INFO_BASE, &s.type, nullptr, &s.size))),
-    [](const auto& info) { return std::string(info.param.name); });
+    testing_support::checkName);
 
 TEST_F(StreamExportChecks, PartInfoStackedDoesNothingAndSucceeds) {
   EXPECT_EQ(gentl.DSGetBufferPartInfoStacked(nullptr, nullptr, nullptr, 0), GC_ERR_SUCCESS);
@@ -328,6 +313,6 @@ INSTANTIATE_TEST_SUITE_P(
                    gentl.DSGetNumBufferSegments(nullptr, nullptr, nullptr)),
         CHECK_CASE("DSGetBufferSegmentInfo", kNotInitialised, "",
                    gentl.DSGetBufferSegmentInfo(nullptr, nullptr, 0, 0, nullptr, nullptr, nullptr))),
-    [](const auto& info) { return std::string(info.param.name); });
+    testing_support::checkName);
 
 }  // namespace

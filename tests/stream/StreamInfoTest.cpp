@@ -13,6 +13,8 @@ namespace {
 
 using testing_support::askInfo;
 using testing_support::bytesOf;
+using testing_support::InfoAnswer;
+using testing_support::InfoCase;
 using testing_support::StreamSession;
 
 class StreamQueries : public StreamSession {};
@@ -20,14 +22,11 @@ class StreamQueries : public StreamSession {};
 // The built-in MyStream0: Mono8, 1920 × 1080, no padding.
 constexpr size_t kPayload = 1920 * 1080;
 
-struct InfoCase {
-  const char* name;
-  int32_t command;
-  INFO_DATATYPE type;
-  std::string bytes;
-};
-
-void PrintTo(const InfoCase& c, std::ostream* out) { *out << c.name; }
+void expectAnswer(const InfoAnswer& answer, const InfoCase& expected, const std::string& lastError) {
+  EXPECT_EQ(answer.code, GC_ERR_SUCCESS) << lastError;
+  EXPECT_EQ(answer.type, expected.type);
+  EXPECT_EQ(answer.bytes, expected.bytes);
+}
 
 class StreamInfo : public StreamSession, public ::testing::WithParamInterface<InfoCase> {};
 
@@ -37,9 +36,7 @@ TEST_P(StreamInfo, FreshStreamAnswersWithItsTypeAndValue) {
   const auto answer = askInfo([&](INFO_DATATYPE* type, void* buffer, size_t* size) {
     return gentl.DSGetInfo(stream, expected.command, type, buffer, size);
   });
-  EXPECT_EQ(answer.code, GC_ERR_SUCCESS) << producer.lastError().second;
-  EXPECT_EQ(answer.type, expected.type);
-  EXPECT_EQ(answer.bytes, expected.bytes);
+  expectAnswer(answer, expected, producer.lastError().second);
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -119,9 +116,7 @@ TEST_P(BufferInfo, FreshBufferAnswersWithItsTypeAndValue) {
   const auto answer = askInfo([&](INFO_DATATYPE* type, void* value, size_t* size) {
     return gentl.DSGetBufferInfo(stream, buffer, expected.command, type, value, size);
   });
-  EXPECT_EQ(answer.code, GC_ERR_SUCCESS) << producer.lastError().second;
-  EXPECT_EQ(answer.type, expected.type);
-  EXPECT_EQ(answer.bytes, expected.bytes);
+  expectAnswer(answer, expected, producer.lastError().second);
 }
 
 INSTANTIATE_TEST_SUITE_P(

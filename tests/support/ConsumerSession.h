@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <ostream>
 #include <string>
 
 #include "support/GenTLExports.h"
@@ -18,6 +19,16 @@ struct InfoAnswer {
   INFO_DATATYPE type = INFO_DATATYPE_UNKNOWN;
   std::string bytes;
 };
+
+// One row of a table of info queries: the command and the answer expected, type and bytes.
+struct InfoCase {
+  const char* name;
+  int32_t command;
+  INFO_DATATYPE type;
+  std::string bytes;
+};
+
+inline void PrintTo(const InfoCase& c, std::ostream* out) { *out << c.name; }
 
 template <class T>
 std::string bytesOf(T value) {

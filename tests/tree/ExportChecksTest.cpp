@@ -6,6 +6,7 @@
 #include <string>
 
 #include "support/ConsumerSession.h"
+#include "support/ExportCheckTable.h"
 
 namespace {
 
@@ -34,25 +35,9 @@ struct Scratch {
 };
 
 // An address that was never handed out by the producer.
-int neverRegistered;
-void* const kUnknown = &neverRegistered;
+void* const kUnknown = testing_support::kUnknownHandle;
 
-struct CheckCase {
-  const char* name;
-  std::function<GC_ERROR(GenTLExports&, const Handles&, Scratch&)> call;
-  GC_ERROR code;
-  const char* message;
-};
-
-void PrintTo(const CheckCase& c, std::ostream* out) { *out << c.name; }
-
-#define CHECK_CASE(name, code, message, expression)                                 \
-  CheckCase {                                                                       \
-    name,                                                                           \
-        []([[maybe_unused]] GenTLExports& gentl, [[maybe_unused]] const Handles& h, \
-           [[maybe_unused]] Scratch& s) -> GC_ERROR { return expression; },         \
-        code, message                                                               \
-  }
+using CheckCase = testing_support::ExportCheck<Handles, Scratch>;
 
 constexpr GC_ERROR kHandle = GC_ERR_INVALID_HANDLE;
 constexpr GC_ERROR kParameter = GC_ERR_INVALID_PARAMETER;
@@ -150,7 +135,7 @@ INSTANTIATE_TEST_SUITE_P(
                    gentl.GCGetInfo(TL_INFO_ID, nullptr, nullptr, &s.size)),
         CHECK_CASE("GCGetInfoNullSize", kParameter, "piSize < = 0",
                    gentl.GCGetInfo(TL_INFO_ID, &s.type, nullptr, nullptr))),
-    [](const auto& info) { return std::string(info.param.name); });
+    testing_support::checkName);
 
 INSTANTIATE_TEST_SUITE_P(
     Interface, ExportChecks,
@@ -221,7 +206,7 @@ INSTANTIATE_TEST_SUITE_P(
                    gentl.IFGetParentTL(h.device, &s.system)),
         CHECK_CASE("IFGetParentTLClosedInterface", kHandle, "iface not open",
                    (gentl.IFClose(h.iface), gentl.IFGetParentTL(h.iface, &s.system)))),
-    [](const auto& info) { return std::string(info.param.name); });
+    testing_support::checkName);
 
 INSTANTIATE_TEST_SUITE_P(
     Device, ExportChecks,
@@ -284,7 +269,7 @@ INSTANTIATE_TEST_SUITE_P(
         CHECK_CASE("DevGetParentIFSystemHandle", kHandle, "unknown device", gentl.DevGetParentIF(h.system, &s.iface)),
         CHECK_CASE("DevGetParentIFClosedInterface", kHandle, "iface is not open/created",
                    (gentl.IFClose(h.iface), gentl.DevGetParentIF(h.device, &s.iface)))),
-    [](const auto& info) { return std::string(info.param.name); });
+    testing_support::checkName);
 
 // Before GCInitLib every export refuses with "TL was not initialized", except TLClose and
 // TLGetInfo, which look at their handle first.
@@ -333,6 +318,6 @@ INSTANTIATE_TEST_SUITE_P(
         CHECK_CASE("DevGetInfo", kNotInitialised, "", gentl.DevGetInfo(nullptr, 0, &s.type, nullptr, &s.size)),
         CHECK_CASE("DevClose", kNotInitialised, "", gentl.DevClose(nullptr)),
         CHECK_CASE("DevGetParentIF", kNotInitialised, "", gentl.DevGetParentIF(nullptr, &s.iface))),
-    [](const auto& info) { return std::string(info.param.name); });
+    testing_support::checkName);
 
 }  // namespace

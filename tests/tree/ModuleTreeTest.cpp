@@ -257,14 +257,8 @@ TEST_F(ModuleTree, ConcurrentConsumersShareOneTree) {
 
 // --- Info queries: every command of each export, as a consumer reads them (size, then value). ---
 
-struct InfoCase {
-  const char* name;
-  int32_t command;
-  INFO_DATATYPE type;
-  std::string bytes;  // empty: the producer's own path, known only at run time
-};
-
-void PrintTo(const InfoCase& c, std::ostream* out) { *out << c.name; }
+// An empty `bytes` stands for the producer's own path, known only at run time.
+using testing_support::InfoCase;
 
 std::string producerPath() { return std::filesystem::canonical(LMMOCKTL_CTI_PATH).string(); }
 
