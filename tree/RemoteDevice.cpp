@@ -8,6 +8,7 @@
 #include "source/Pfnc.h"
 #include "stream/DataStream.h"
 #include "tree/Device.h"
+#include "tree/FileAccess.h"
 
 namespace lumo::mockTL {
 
@@ -241,6 +242,14 @@ std::uint32_t RemoteDevice::ReadUint32RegImpl(std::uint32_t id) {
     case kSourceSelector: return selectedSource_;
     case kSleepBetweenFrames: return static_cast<std::uint32_t>(sleepBetweenFrames_);
     case kTriggerCount: return triggerCount_;
+    case kFileSelector: return FileAccess::instance().fileSelector();
+    case kFileSize: return FileAccess::instance().fileSize();
+    case kFileOperationResult: return FileAccess::instance().operationResult();
+    case kFileOperationStatus: return FileAccess::instance().operationStatus();
+    case kFileAccessOffset: return FileAccess::instance().accessOffset();
+    case kFileAccessLength: return FileAccess::instance().accessLength();
+    case kFileOperationSelector: return FileAccess::instance().operationSelector();
+    case kFileOpenMode: return FileAccess::instance().openMode();
     default: unknownId("ReadUint32RegImpl");
   }
 }
@@ -265,9 +274,10 @@ double RemoteDevice::ReadFloat64RegImpl(std::uint32_t) {
   unknownId("ReadFloat64RegImpl");
 }
 
-void RemoteDevice::ReadRegImpl(std::uint32_t id, void*, std::size_t) {
+void RemoteDevice::ReadRegImpl(std::uint32_t id, void* destination, std::size_t count) {
   const auto stream = resolve("ReadRegImpl", kReadCast).stream;
   switch (id) {
+    case kFileAccessBuffer: return FileAccess::instance().readBuffer(destination, count);
     case kGenDCFlowMappingTable:
     case kGenDCDescriptor:
       if (!stream->usesFlows()) {
@@ -309,6 +319,12 @@ void RemoteDevice::WriteUint32RegImpl(std::uint32_t id, std::uint32_t value) {
     case kSourceSelector: return setSelectedDataStream(value);
     case kSleepBetweenFrames: sleepBetweenFrames_ = value; return;
     case kTriggerSoftware: ++triggerCount_; return;
+    case kFileSelector: return FileAccess::instance().selectFile(value);
+    case kFileOperationSelector: return FileAccess::instance().selectOperation(value);
+    case kFileAccessOffset: return FileAccess::instance().setAccessOffset(value);
+    case kFileAccessLength: return FileAccess::instance().setAccessLength(value);
+    case kFileOpenMode: return FileAccess::instance().setOpenMode(value);
+    case kFileOperationExecute: return FileAccess::instance().execute();
     default: unknownId("WriteUint32RegImpl");
   }
 }

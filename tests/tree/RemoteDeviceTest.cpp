@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <ostream>
 #include <string>
 
 #include "support/StreamSession.h"
@@ -161,6 +162,8 @@ struct LockStep {
   std::uint32_t expected;
 };
 
+void PrintTo(const LockStep& step, std::ostream* out) { *out << step.name; }
+
 class TlParamsLocked : public RemoteDevice, public ::testing::WithParamInterface<LockStep> {};
 
 TEST_P(TlParamsLocked, ReadsBackAsSequencesOfWritesLeaveIt) {
@@ -210,6 +213,137 @@ TEST_F(RemoteDevice, DescriptorAndFlowTableHaveNoDataWithoutFlows) {
     EXPECT_EQ(gentl.GCReadPort(port, address, bytes, &size), GC_ERR_NO_DATA);
     expectLastError(GC_ERR_NO_DATA, "command is invalid while flow mechanism is not used");
   }
+}
+
+}  // namespace
+
+namespace {
+
+constexpr std::uint64_t kFileSelector = 0x20000;
+constexpr std::uint64_t kFileSize = 0x20004;
+constexpr std::uint64_t kFileAccessOffset = 0x20010;
+constexpr std::uint64_t kFileOpenMode = 0x20014;
+constexpr std::uint64_t kFileOperationSelector = 0x20018;
+constexpr std::uint64_t kFileOperationResult = 0x20020;
+constexpr std::uint64_t kFileOperationStatus = 0x20024;
+constexpr std::uint64_t kFileOperationExecute = 0x20028;
+constexpr std::uint64_t kFileAccessBuffer = 0x20030;
+
+enum : std::uint32_t { kOpen = 0, kClose = 1, kRead = 2, kWrite = 3, kDelete = 4 };
+
+// The file-access state is the library's, kept across devices: every case starts from TestFile1
+// closed and ends with it closed again.
+class FileAccess : public RemoteDevice {
+ protected:
+  void SetUp() override {
+    RemoteDevice::SetUp();
+    execute(1, kClose);
+  }
+  void TearDown() override {
+    execute(1, kClose);
+    RemoteDevice::TearDown();
+  }
+  GC_ERROR execute(std::uint32_t file, std::uint32_t operation) {
+    EXPECT_EQ(write(kFileSelector, file), GC_ERR_SUCCESS);
+    EXPECT_EQ(write(kFileOperationSelector, operation), GC_ERR_SUCCESS);
+    return write(kFileOperationExecute, 1);
+  }
+  void expectRuntimeError(const std::string& message) {
+    expectLastError(GC_ERR_ERROR, "std::exception caught. " + message);
+  }
+};
+
+TEST_F(FileAccess, TestFile0NeverOpensAndKeepsItsStatus) {
+  ASSERT_EQ(write(kFileSelector, 0), GC_ERR_SUCCESS);
+  ASSERT_EQ(write(kFileOperationSelector, kOpen), GC_ERR_SUCCESS);
+  const auto status = read(kFileOperationStatus);
+  EXPECT_EQ(write(kFileOperationExecute, 1), GC_ERR_ERROR);
+  expectRuntimeError("TestFile0 always fails to open");
+  EXPECT_EQ(read(kFileOperationStatus), status);
+}
+
+TEST_F(FileAccess, TestFile1OpensAndReadsItsName) {
+  ASSERT_EQ(write(kFileSelector, 1), GC_ERR_SUCCESS);
+  EXPECT_EQ(read(kFileSize), 9u);
+  ASSERT_EQ(write(kFileOpenMode, 0), GC_ERR_SUCCESS);
+  ASSERT_EQ(execute(1, kOpen), GC_ERR_SUCCESS);
+  EXPECT_EQ(read(kFileOperationStatus), 0u);
+  ASSERT_EQ(write(kFileOperationSelector, kRead), GC_ERR_SUCCESS);
+  ASSERT_EQ(write(kFileAccessOffset, 0), GC_ERR_SUCCESS);
+  ASSERT_EQ(write(kFileOperationExecute, 1), GC_ERR_SUCCESS);
+  EXPECT_EQ(read(kFileOperationStatus), 0u);
+  EXPECT_EQ(read(kFileOperationResult), 9u);
+  EXPECT_EQ(text(kFileAccessBuffer, 9), "TestFile1");
+  EXPECT_EQ(execute(1, kClose), GC_ERR_SUCCESS);
+  EXPECT_EQ(read(kFileOperationStatus), 0u);
+}
+
+TEST_F(FileAccess, OpeningTwiceNeedsACloseBetween) {
+  ASSERT_EQ(execute(1, kOpen), GC_ERR_SUCCESS);
+  EXPECT_EQ(execute(1, kOpen), GC_ERR_ERROR);
+  expectRuntimeError("file must be closed so that it can be opened");
+  EXPECT_EQ(read(kFileOperationStatus), 1u);
+  ASSERT_EQ(execute(1, kClose), GC_ERR_SUCCESS);
+  EXPECT_EQ(execute(1, kOpen), GC_ERR_SUCCESS);
+}
+
+TEST_F(FileAccess, ClosingAClosedFileSucceeds) { EXPECT_EQ(execute(1, kClose), GC_ERR_SUCCESS); }
+
+// How a case fails: a selector write refused, an operation executed, or a read from an offset.
+enum class Step { Select, Execute, ReadFromOffset };
+
+struct Failure {
+  const char* name;
+  Step step;
+  std::uint64_t address;
+  std::uint32_t value;
+  const char* message;
+};
+
+void PrintTo(const Failure& failure, std::ostream* out) { *out << failure.name; }
+
+class FileAccessFailure : public FileAccess, public ::testing::WithParamInterface<Failure> {};
+
+TEST_P(FileAccessFailure, ReachesTheConsumerAsAGenericError) {
+  ASSERT_EQ(write(kFileSelector, 1), GC_ERR_SUCCESS);
+  ASSERT_EQ(write(kFileOpenMode, 0), GC_ERR_SUCCESS);
+  ASSERT_EQ(write(kFileOperationSelector, kRead), GC_ERR_SUCCESS);
+  ASSERT_EQ(write(kFileAccessOffset, 0), GC_ERR_SUCCESS);
+  const auto& failure = GetParam();
+  if (failure.step == Step::ReadFromOffset) {
+    ASSERT_EQ(execute(1, kOpen), GC_ERR_SUCCESS);
+    ASSERT_EQ(write(kFileOperationSelector, kRead), GC_ERR_SUCCESS);
+    ASSERT_EQ(write(kFileAccessOffset, failure.value), GC_ERR_SUCCESS);
+    EXPECT_EQ(write(kFileOperationExecute, 1), GC_ERR_ERROR);
+    ASSERT_EQ(write(kFileAccessOffset, 0), GC_ERR_SUCCESS);
+  } else if (failure.step == Step::Execute) {
+    EXPECT_EQ(execute(1, failure.value), GC_ERR_ERROR);
+    EXPECT_EQ(read(kFileOperationStatus), 1u);
+  } else {
+    EXPECT_EQ(write(failure.address, failure.value), GC_ERR_ERROR);
+  }
+  expectRuntimeError(failure.message);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Operations, FileAccessFailure,
+    ::testing::Values(
+        Failure{"UnknownFile", Step::Select, kFileSelector, 7, "no suitable file operation found"},
+        Failure{"UnknownOperation", Step::Select, kFileOperationSelector, 9, "no suitable file operation found"},
+        Failure{"ReadWhileClosed", Step::Execute, kFileOperationSelector, kRead, "file not open for read operation"},
+        Failure{"ReadWithOffset", Step::ReadFromOffset, kFileAccessOffset, 4, "file read with offset is not supported"},
+        Failure{"Write", Step::Execute, kFileOperationSelector, kWrite, "writing a file is not supported"},
+        Failure{"Delete", Step::Execute, kFileOperationSelector, kDelete, "deleting a file is not supported"}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+TEST_F(FileAccess, BufferWritesChangeNothing) {
+  ASSERT_EQ(execute(1, kOpen), GC_ERR_SUCCESS);
+  ASSERT_EQ(write(kFileOperationSelector, kRead), GC_ERR_SUCCESS);
+  ASSERT_EQ(write(kFileOperationExecute, 1), GC_ERR_SUCCESS);
+  const char bytes[4] = {'x', 'y', 'z', 'w'};
+  size_t size = sizeof(bytes);
+  EXPECT_EQ(gentl.GCWritePort(port, kFileAccessBuffer, bytes, &size), GC_ERR_ERROR);
+  EXPECT_EQ(text(kFileAccessBuffer, 9), "TestFile1");
 }
 
 }  // namespace
