@@ -8,8 +8,24 @@
 #include "stream/DataStream.h"
 #include "tree/Device.h"
 #include "tree/Interface.h"
+#include "tree/RemoteDevice.h"
 
 using namespace lumo::mockTL;
+
+GC_API DevGetPort(DEV_HANDLE hDevice, PORT_HANDLE* phRemoteDevice) {
+  return error::doReturn([&] {
+    constexpr const char* where = LMMOCKTL_BODY(DevGetPort);
+    checks::requireInitialised(where);
+    Port* module = checks::requireKnownModule(hDevice, where, "DevGetPort invalid dev handle", "invalid handle (pool)");
+    checks::requirePointer(phRemoteDevice, where, "phRemoteDevice<=0");
+    auto& device = checks::requireModuleKind<Device>(module, where, "unknown device");
+    const auto iface = std::dynamic_pointer_cast<Interface>(device.parent());
+    if (!iface || iface->findDevice(device.configuration().id).get() != &device) {
+      checks::fail(GC_ERR_INVALID_HANDLE, where, "unknown device");
+    }
+    *phRemoteDevice = device.remoteDevice()->handle();
+  });
+}
 
 GC_API DevGetNumDataStreams(DEV_HANDLE hDevice, uint32_t* piNumDataStreams) {
   return error::doReturn([&] {

@@ -565,6 +565,45 @@ void DataStream::setPaddingLineCountY(std::uint32_t lines) {
   updateSettings([&](StreamConfiguration& record) { record.paddingLineCountY = lines; });
 }
 
+StreamConfiguration DataStream::settings() const {
+  std::lock_guard lock(settingsMutex_);
+  return configuration_;
+}
+
+std::uint32_t DataStream::streamingDataSource() const {
+  std::lock_guard lock(settingsMutex_);
+  if (configuration_.isStreamFile) {
+    return 2;
+  }
+  return configuration_.images.empty() && sourceImages_.empty() ? 0 : 1;
+}
+
+GenDCSettings DataStream::genDCSettings() const {
+  std::lock_guard lock(settingsMutex_);
+  return genDC_;
+}
+
+void DataStream::setGenDCStreamingMode(std::uint32_t mode) {
+  updateSettings([&](StreamConfiguration&) { genDC_.streamingMode = mode; });
+}
+
+void DataStream::setFlowMappingConfiguration(std::uint32_t configuration) {
+  updateSettings([&](StreamConfiguration&) { genDC_.flowMappingConfiguration = configuration; });
+}
+
+void DataStream::setGenDCPartType(std::uint16_t partType) {
+  updateSettings([&](StreamConfiguration&) { genDC_.partType = partType; });
+}
+
+void DataStream::setGenDCImageCount(std::uint32_t count) {
+  updateSettings([&](StreamConfiguration&) { genDC_.imageCount = count; });
+}
+
+void DataStream::setStreamFileStartFrameId(std::uint64_t frameId) {
+  std::lock_guard lock(settingsMutex_);
+  genDC_.streamFileStartFrameId = frameId;
+}
+
 void DataStream::setSourceImages(std::vector<std::shared_ptr<const SourceImage>> images) {
   std::lock_guard lock(settingsMutex_);
   sourceImages_ = std::move(images);

@@ -20,6 +20,7 @@
 #include "source/SourceImage.h"
 #include "stream/AcquisitionThread.h"
 #include "stream/FillSide.h"
+#include "stream/GenDCSettings.h"
 #include "stream/Resource.h"
 #include "tree/Configuration.h"
 
@@ -113,6 +114,17 @@ class DataStream final : public SpecificModule<void*>,
   void setPaddingMode(std::int32_t mode);
   void setPaddingPixelCountX(std::uint32_t pixels);
   void setPaddingLineCountY(std::uint32_t lines);
+  // The stored image settings as configured (pixel format 0 and padding counts kept as written).
+  StreamConfiguration settings() const;
+  // Where delivered data comes from: 0 generated images, 1 loaded image files, 2 a stream file.
+  std::uint32_t streamingDataSource() const;
+  GenDCSettings genDCSettings() const;
+  // GenDC settings changes: those that change a container's size recompute the payload size.
+  void setGenDCStreamingMode(std::uint32_t mode);
+  void setFlowMappingConfiguration(std::uint32_t configuration);
+  void setGenDCPartType(std::uint16_t partType);
+  void setGenDCImageCount(std::uint32_t count);
+  void setStreamFileStartFrameId(std::uint64_t frameId);
   // The images an image-file source cycles through; taken at the next acquisition start.
   void setSourceImages(std::vector<std::shared_ptr<const SourceImage>> images);
 
@@ -160,6 +172,7 @@ class DataStream final : public SpecificModule<void*>,
   mutable std::mutex settingsMutex_;
   StreamConfiguration configuration_;  // the id never changes; the rest under the settings mutex
   std::uint64_t payloadSize_ = 0;
+  GenDCSettings genDC_;
   std::vector<std::shared_ptr<const SourceImage>> sourceImages_;
 
   // Underruns are reported on standard error, never counted: consumers read 0 here.

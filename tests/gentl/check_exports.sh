@@ -15,7 +15,7 @@ fi
 for required in GCInitLib GCCloseLib GCGetLastError GCGetInfo \
   TLOpen TLClose TLGetInfo TLGetNumInterfaces TLGetInterfaceID TLGetInterfaceInfo TLOpenInterface \
   TLUpdateInterfaceList IFClose IFGetInfo IFGetNumDevices IFGetDeviceID IFUpdateDeviceList IFGetDeviceInfo \
-  IFOpenDevice IFGetParentTL DevGetNumDataStreams DevGetDataStreamID DevOpenDataStream DevGetInfo DevClose \
+  IFOpenDevice IFGetParentTL DevGetPort DevGetNumDataStreams DevGetDataStreamID DevOpenDataStream DevGetInfo DevClose \
   DevGetParentIF DSAnnounceBuffer DSAllocAndAnnounceBuffer DSFlushQueue DSStartAcquisition DSStopAcquisition \
   DSGetInfo DSGetBufferID DSClose DSRevokeBuffer DSQueueBuffer DSGetBufferInfo DSGetBufferChunkData DSGetParentDev \
   DSGetNumBufferParts DSGetBufferPartInfo DSAnnounceCompositeBuffer DSGetBufferInfoStacked \

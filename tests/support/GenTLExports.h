@@ -38,6 +38,7 @@ class GenTLExports {
   LMMOCKTL_EXPORT(IFGetDeviceInfo);
   LMMOCKTL_EXPORT(IFOpenDevice);
   LMMOCKTL_EXPORT(IFGetParentTL);
+  LMMOCKTL_EXPORT(DevGetPort);
   LMMOCKTL_EXPORT(DevGetNumDataStreams);
   LMMOCKTL_EXPORT(DevGetDataStreamID);
   LMMOCKTL_EXPORT(DevOpenDataStream);
@@ -73,6 +74,7 @@ class GenTLExports {
   LMMOCKTL_EXPORT(EventFlush);
   LMMOCKTL_EXPORT(EventKill);
   LMMOCKTL_EXPORT(GCReadPort);
+  LMMOCKTL_EXPORT(GCWritePort);
 #undef LMMOCKTL_EXPORT
 };
 
