@@ -5,7 +5,10 @@
 #include <exception>
 #include <fstream>
 #include <iostream>
+#include <limits>
 #include <nlohmann/json.hpp>
+#include <stdexcept>
+#include <string>
 #include <string_view>
 
 #include "platform/Platform.h"
@@ -64,6 +67,22 @@ std::vector<Record> readList(const json& parent, const char* key, const Record& 
   return list;
 }
 
+// object.value() for a number field. The library turns a floating-point value into T with a plain
+// cast, which is undefined for one outside T's range (1e30 for a width): such a value is refused
+// like a value of the wrong type, while one inside the range is truncated as the library does.
+template <class T>
+T number(const json& object, const char* key, T fallback) {
+  if (const auto found = object.find(key); found != object.end() && found->is_number_float()) {
+    const double value = found->get<double>();
+    const bool representable = value > static_cast<double>(std::numeric_limits<T>::min()) - 1.0 &&
+                               value < static_cast<double>(std::numeric_limits<T>::max()) + 1.0;
+    if (!representable) {
+      throw std::out_of_range(std::string("value of '") + key + "' is outside the range of its field");
+    }
+  }
+  return object.value(key, fallback);
+}
+
 void applyStream(const json& object, StreamConfiguration& stream) {
   stream.id = object.at("ID").get<std::string>();
   if (object.contains("StreamFilePath")) {
@@ -71,9 +90,9 @@ void applyStream(const json& object, StreamConfiguration& stream) {
     stream.isStreamFile = true;
     return;
   }
-  stream.paddingMode = object.value("PaddingMode", stream.paddingMode);
-  stream.paddingPixelCountX = object.value("PaddingPixelCountX", stream.paddingPixelCountX);
-  stream.paddingLineCountY = object.value("PaddingLineCountY", stream.paddingLineCountY);
+  stream.paddingMode = number(object, "PaddingMode", stream.paddingMode);
+  stream.paddingPixelCountX = number(object, "PaddingPixelCountX", stream.paddingPixelCountX);
+  stream.paddingLineCountY = number(object, "PaddingLineCountY", stream.paddingLineCountY);
   if (object.contains("ImageDirectoryPath")) {
     stream.imageDirectoryPath = object.at("ImageDirectoryPath").get<std::string>();
   }
@@ -81,8 +100,8 @@ void applyStream(const json& object, StreamConfiguration& stream) {
     const auto names = object.at("ImageOrder").get<std::vector<std::string>>();
     stream.imageOrder.emplace(names.begin(), names.end());
   }
-  stream.width = object.value("Width", stream.width);
-  stream.height = object.value("Height", stream.height);
+  stream.width = number(object, "Width", stream.width);
+  stream.height = number(object, "Height", stream.height);
   // A name outside the table stores 0, like no name at all: the format is never half-known.
   stream.pixelFormat = pixelFormatCode(object.value("PixelFormat", std::string()));
 }
