@@ -59,7 +59,14 @@ std::vector<Record> readList(const json& parent, const char* key, const Record& 
   if (!parent.contains(key)) {
     return list;
   }
-  for (const json& element : parent.at(key).get<std::vector<json>>()) {
+  const json& elements = parent.at(key);
+  if (!elements.is_array()) {
+    // The library's own refusal, word for word, as get<std::vector<json>>() raises it.
+    throw json::type_error::create(302, std::string("type must be array, but is ") + elements.type_name(), &elements);
+  }
+  // Read in place: a copy of the list would recurse once per nesting level of the values inside
+  // it, and a deeply nested file would overflow the stack.
+  for (const json& element : elements) {
     Record record = start;
     apply(element, record);
     list.push_back(std::move(record));

@@ -237,6 +237,14 @@ INSTANTIATE_TEST_SUITE_P(
                    "[json.exception.out_of_range.403]", keepsTheBuiltInTree}),
     [](const auto& info) { return std::string(info.param.name); });
 
+// Found by fuzzing the loader: copying the interface list recursed once per nesting level.
+TEST_F(ConfigurationLoaderTest, DeeplyNestedListElementIsRefusedWithoutExhaustingTheStack) {
+  constexpr std::size_t kDepth = 100000;
+  auto [system, printed] = loadText(R"({"Interfaces": [)" + std::string(kDepth, '[') + std::string(kDepth, ']') + "]}");
+  EXPECT_EQ(printed.rfind("[json.exception.type_error.304] cannot use at() with array", 0), 0u) << printed;
+  keepsTheBuiltInTree(system);
+}
+
 TEST_F(ConfigurationLoaderTest, DirectoryInPlaceOfTheFileIsTakenAndKeepsTheBuiltInTree) {
   TemporaryDirectory directory;
   hostPath = directory.path().string();
