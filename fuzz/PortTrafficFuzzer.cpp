@@ -56,17 +56,19 @@ struct Tree {
   std::vector<std::shared_ptr<RegisterMap>> modules;
 };
 
-// The modules come from the tree classes as the exports build them. Another module joins the
-// traffic by one more entry in `modules`.
+// The modules come from the tree classes as the exports build them. Another module (a buffer, say)
+// joins the traffic with one more line here.
 Tree buildTree() {
   Tree tree;
   const auto system = std::make_shared<TransportLayer>(configuration());
   const auto iface = system->InterfaceByIndex(0);
   iface->updateDeviceList();
   tree.device = iface->getDevice(0);
-  tree.modules = {
-      system, iface, tree.device, tree.device->remoteDevice(), tree.device->getDataStream(0),
-  };
+  tree.modules.push_back(system);
+  tree.modules.push_back(iface);
+  tree.modules.push_back(tree.device);
+  tree.modules.push_back(tree.device->remoteDevice());
+  tree.modules.push_back(tree.device->getDataStream(0));
   return tree;
 }
 

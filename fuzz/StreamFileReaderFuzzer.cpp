@@ -18,6 +18,7 @@
 #include "fuzz/Expect.h"
 #include "fuzz/FuzzInput.h"
 #include "fuzz/ScratchDirectory.h"
+#include "gendc/FlowMappingTable.h"
 #include "gentl/GenericException.h"
 #include "source/ContainerReader.h"
 #include "source/LmRApi.h"
@@ -177,10 +178,12 @@ void checkViews(LmRContainerReaderHandle reader, const Shape& shape, const Recor
   for (std::uint64_t i = 0; i < std::min(shape.flowSetCount, kLeadingViews); ++i) {
     indexes.push_back(i);
   }
-  for (std::uint64_t i = std::max(shape.flowSetCount, kLeadingViews + kTrailingViews) - kTrailingViews;
-       i <= shape.flowSetCount; ++i) {
-    indexes.push_back(i);
+  for (std::uint64_t back = kTrailingViews; back > 0; --back) {
+    if (shape.flowSetCount >= kLeadingViews + back) {
+      indexes.push_back(shape.flowSetCount - back);
+    }
   }
+  indexes.push_back(shape.flowSetCount);
   LmRFlowSetViewHandle moving = nullptr;
   for (const std::uint64_t index : indexes) {
     LmRFlowSetViewHandle view = nullptr;
@@ -254,6 +257,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   readInfoTables(recording.info, infoFlowSizes, shape.flowSetCounts);
   expect(infoFlowSizes == shape.flowSizes, "the flow sizes property is the InfoFile's table");
   expect(shape.flowSetCounts.size() == dataFileCount, "one flow set count per data file");
+  // A replaying stream announces the recorded flow sizes in its flow mapping table.
+  const auto table = lumo::mockTL::GenDc::FlowMappingTable::bytesFor(shape.flowSizes);
+  expect(table.size() == 16 + 8 * shape.flowSizes.size(), "the flow mapping table holds every recorded flow");
   checkViews(reader, shape, recording);
   checkContainerReader(recording, shape);
 

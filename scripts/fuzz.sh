@@ -52,12 +52,13 @@ mkdir -p "$findings"
 
 # Runs one harness and leaves its exit status beside its log.
 run() {
-  local harness=$1 status=0
+  local harness=$1 status=0 dictionary=""
+  [ -f "$root/fuzz/$harness.dict" ] && dictionary="-dict=$root/fuzz/$harness.dict"
   mkdir -p "$scratch/corpus/$harness" "$scratch/tmp-$harness"
   TMPDIR="$scratch/tmp-$harness" ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 \
     "$build/fuzz/lmmocktl_fuzz_$harness" -max_total_time="$seconds" -max_len="${maxLength[$harness]}" \
     -rss_limit_mb=2048 -timeout=10 -print_final_stats=1 -artifact_prefix="$findings/$harness-" \
-    ${extraFlags[$harness]:-} "$scratch/corpus/$harness" "$root/fuzz/corpus/$harness" \
+    ${extraFlags[$harness]:-} $dictionary "$scratch/corpus/$harness" "$root/fuzz/corpus/$harness" \
     >"$scratch/$harness.log" 2>&1 || status=$?
   echo "$status" >"$scratch/$harness.status"
 }
