@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
-# Installs what building and testing LmMockTL needs on Debian 12, and only what is missing.
+# Installs what building and testing LmMockTL needs on Debian 12, and only what is missing. A script
+# that needs more passes the extra packages as arguments.
 set -euo pipefail
-packages=(cmake g++ make libgtest-dev nlohmann-json3-dev libxml2-utils binutils)
+packages=(cmake g++ make libgtest-dev nlohmann-json3-dev libxml2-utils binutils "$@")
 missing=()
 for package in "${packages[@]}"; do
   dpkg -s "$package" >/dev/null 2>&1 || missing+=("$package")
