@@ -27,7 +27,7 @@ declare -A maxLength=([ConfigurationLoader]=8192 [StreamFileReader]=16384 [GenDc
 # would rescan the heap each time; the leak check at exit still runs.
 declare -A extraFlags=([PortTraffic]=-detect_leaks=0)
 harnesses=("$@")
-[ ${#harnesses[@]} -gt 0 ] || harnesses=(ConfigurationLoader StreamFileReader GenDcContainer PortTraffic)
+[ ${#harnesses[@]} -gt 0 ] || mapfile -t harnesses <"$build/fuzz/harnesses"
 
 # The harnesses write their files under TMPDIR: memory where there is some, the disk is slow.
 scratchParent=/dev/shm
@@ -43,7 +43,7 @@ run() {
   [ -f "$root/fuzz/$harness.dict" ] && dictionary="-dict=$root/fuzz/$harness.dict"
   mkdir -p "$scratch/corpus/$harness" "$scratch/tmp-$harness"
   TMPDIR="$scratch/tmp-$harness" ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 \
-    "$build/fuzz/lmmocktl_fuzz_$harness" -max_total_time="$seconds" -max_len="${maxLength[$harness]}" \
+    "$build/fuzz/lmmocktl_fuzz_$harness" -max_total_time="$seconds" -max_len="${maxLength[$harness]:-4096}" \
     -rss_limit_mb=2048 -timeout=10 -print_final_stats=1 -artifact_prefix="$findings/$harness-" \
     ${extraFlags[$harness]:-} $dictionary "$scratch/corpus/$harness" "$root/fuzz/corpus/$harness" \
     >"$scratch/$harness.log" 2>&1 || status=$?
