@@ -59,6 +59,11 @@ void Port::ReadStacked(PORT_REGISTER_STACK_ENTRY* entries, std::size_t& count) {
   const std::size_t total = count;
   count = 0;
   for (std::size_t i = 0; i < total; ++i) {
+    // The single operations refuse a null buffer before the address; an entry's is the consumer's
+    // argument all the same, and following it would crash the consumer's process.
+    if (entries[i].pBuffer == nullptr) {
+      throw GenericException(GC_ERR_INVALID_PARAMETER, where, "Invalid parameters used for stacked read operation");
+    }
     const std::size_t requested = entries[i].Size;
     ReadImpl(entries[i].Address, entries[i].pBuffer, entries[i].Size);
     if (entries[i].Size != requested) {
@@ -78,6 +83,10 @@ void Port::WriteStacked(PORT_REGISTER_STACK_ENTRY* entries, std::size_t& count) 
   const std::size_t total = count;
   count = 0;
   for (std::size_t i = 0; i < total; ++i) {
+    // Refused as in ReadStacked.
+    if (entries[i].pBuffer == nullptr) {
+      throw GenericException(GC_ERR_INVALID_PARAMETER, where, "Invalid parameters used for stacked write operation");
+    }
     const std::size_t requested = entries[i].Size;
     WriteImpl(entries[i].Address, entries[i].pBuffer, entries[i].Size);
     if (entries[i].Size != requested) {

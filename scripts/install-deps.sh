@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
-# Installs what building and testing LmMockTL needs on Debian 12, and only what is missing.
+# Installs what building and testing LmMockTL needs on Debian 12, and only what is missing. A script
+# that needs more passes the extra packages as arguments.
 set -euo pipefail
 packages=(cmake g++ make pkg-config libgtest-dev nlohmann-json3-dev libxml2-utils binutils
-  libpng-dev libjpeg62-turbo-dev libtiff-dev libopenjp2-7-dev libstb-dev)
+  libpng-dev libjpeg62-turbo-dev libtiff-dev libopenjp2-7-dev libstb-dev "$@")
 missing=()
 for package in "${packages[@]}"; do
   dpkg -s "$package" >/dev/null 2>&1 || missing+=("$package")

@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
 # Builds LmMockTL and runs the whole test suite three times: a plain optimised build, an
 # AddressSanitizer + UndefinedBehaviorSanitizer build, and a ThreadSanitizer build of the
-# unit and black-box tests (the concurrency cases among them). Mirrors CI exactly.
+# unit and black-box tests (the concurrency cases among them); then runs every fuzzing harness
+# for a short while (LMMOCKTL_FUZZ_SECONDS per harness, 15 unless set; 0 skips it). Mirrors CI
+# exactly.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 bash "$root/scripts/install-deps.sh"
@@ -30,3 +32,9 @@ echo "== ThreadSanitizer"
 configure_and_build build/tsan -DCMAKE_BUILD_TYPE=RelWithDebInfo -DLMMOCKTL_SANITIZE=thread
 TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1 \
   ctest --test-dir "$root/build/tsan" --output-on-failure -L 'unit|blackbox'
+
+fuzzSeconds=${LMMOCKTL_FUZZ_SECONDS:-15}
+if [ "$fuzzSeconds" -gt 0 ]; then
+  echo "== Fuzzing, $fuzzSeconds s per harness"
+  bash "$root/scripts/fuzz.sh" "$fuzzSeconds"
+fi

@@ -5,7 +5,10 @@
 #include <exception>
 #include <fstream>
 #include <iostream>
+#include <limits>
 #include <nlohmann/json.hpp>
+#include <stdexcept>
+#include <string>
 #include <string_view>
 
 #include "platform/Platform.h"
@@ -56,12 +59,35 @@ std::vector<Record> readList(const json& parent, const char* key, const Record& 
   if (!parent.contains(key)) {
     return list;
   }
-  for (const json& element : parent.at(key).get<std::vector<json>>()) {
+  const json& elements = parent.at(key);
+  if (!elements.is_array()) {
+    // The library's own refusal, word for word, as get<std::vector<json>>() raises it.
+    throw json::type_error::create(302, std::string("type must be array, but is ") + elements.type_name(), &elements);
+  }
+  // Read in place: a copy of the list would recurse once per nesting level of the values inside
+  // it, and a deeply nested file would overflow the stack.
+  for (const json& element : elements) {
     Record record = start;
     apply(element, record);
     list.push_back(std::move(record));
   }
   return list;
+}
+
+// object.value() for a number field. The library turns a floating-point value into T with a plain
+// cast, which is undefined for one outside T's range (1e30 for a width): such a value is refused
+// like a value of the wrong type, while one inside the range is truncated as the library does.
+template <class T>
+T number(const json& object, const char* key, T fallback) {
+  if (const auto found = object.find(key); found != object.end() && found->is_number_float()) {
+    const double value = found->get<double>();
+    const bool representable = value > static_cast<double>(std::numeric_limits<T>::min()) - 1.0 &&
+                               value < static_cast<double>(std::numeric_limits<T>::max()) + 1.0;
+    if (!representable) {
+      throw std::out_of_range(std::string("value of '") + key + "' is outside the range of its field");
+    }
+  }
+  return object.value(key, fallback);
 }
 
 void applyStream(const json& object, StreamConfiguration& stream) {
@@ -71,9 +97,9 @@ void applyStream(const json& object, StreamConfiguration& stream) {
     stream.isStreamFile = true;
     return;
   }
-  stream.paddingMode = object.value("PaddingMode", stream.paddingMode);
-  stream.paddingPixelCountX = object.value("PaddingPixelCountX", stream.paddingPixelCountX);
-  stream.paddingLineCountY = object.value("PaddingLineCountY", stream.paddingLineCountY);
+  stream.paddingMode = number(object, "PaddingMode", stream.paddingMode);
+  stream.paddingPixelCountX = number(object, "PaddingPixelCountX", stream.paddingPixelCountX);
+  stream.paddingLineCountY = number(object, "PaddingLineCountY", stream.paddingLineCountY);
   if (object.contains("ImageDirectoryPath")) {
     stream.imageDirectoryPath = object.at("ImageDirectoryPath").get<std::string>();
   }
@@ -90,8 +116,8 @@ void applyStream(const json& object, StreamConfiguration& stream) {
     stream.pixelFormat = first->pixelFormat;
     return;
   }
-  stream.width = object.value("Width", stream.width);
-  stream.height = object.value("Height", stream.height);
+  stream.width = number(object, "Width", stream.width);
+  stream.height = number(object, "Height", stream.height);
   // A name outside the table stores 0, like no name at all: the format is never half-known.
   stream.pixelFormat = pixelFormatCode(object.value("PixelFormat", std::string()));
 }

@@ -122,6 +122,26 @@ TEST(PortAccess, StackedOperationsCountCompletedEntriesAndStopAtTheFirstFailure)
   EXPECT_EQ(wide, 0x1122334455667788u);
 }
 
+// Found by fuzzing port traffic: a stacked entry's null buffer was followed, crashing the consumer.
+TEST(PortAccess, StackedEntryWithoutBufferIsRefusedAfterTheEntriesBeforeIt) {
+  DescribedModule module(DescriptionKind::Device);
+  std::uint32_t written = 0xCAFEF00D;
+  PORT_REGISTER_STACK_ENTRY writes[] = {{0x0, &written, 4}, {0x0, nullptr, 4}};
+  std::size_t count = 2;
+  EXPECT_GENTL_ERROR(module.WriteStacked(writes, count), GC_ERR_INVALID_PARAMETER,
+                     "Invalid parameters used for stacked write operation");
+  EXPECT_EQ(count, 1u);
+  EXPECT_EQ(module.value, 0xCAFEF00Du);
+
+  std::uint32_t readBack = 0;
+  PORT_REGISTER_STACK_ENTRY reads[] = {{0x0, &readBack, 4}, {0x0, nullptr, 4}};
+  count = 2;
+  EXPECT_GENTL_ERROR(module.ReadStacked(reads, count), GC_ERR_INVALID_PARAMETER,
+                     "Invalid parameters used for stacked read operation");
+  EXPECT_EQ(count, 1u);
+  EXPECT_EQ(readBack, 0xCAFEF00Du);
+}
+
 TEST(PortAccess, ADisabledPortRefusesEveryOperation) {
   DescribedModule module(DescriptionKind::Buffer);
   module.disablePort();

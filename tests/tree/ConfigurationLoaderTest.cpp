@@ -133,6 +133,14 @@ TEST_F(ConfigurationLoaderTest, StreamFileStreamsReadNoImageSettings) {
   EXPECT_EQ(stream.pixelFormat, 0u);
 }
 
+TEST_F(ConfigurationLoaderTest, FractionalNumbersInsideTheirRangeAreTruncated) {
+  const StreamConfiguration stream = onlyStream(load(R"({"Interfaces": [{"ID": "I", "Devices": [{"ID": "Cam",
+      "Streams": [{"ID": "S", "Width": 640.9, "Height": -0.5, "PaddingMode": -2147483648.5}]}]}]})"));
+  EXPECT_EQ(stream.width, 640u);
+  EXPECT_EQ(stream.height, 0u);
+  EXPECT_EQ(stream.paddingMode, -2147483648);
+}
+
 TEST_F(ConfigurationLoaderTest, ImagesAreLoadedOnceAndTheFirstGivesTheStreamItsGeometry) {
   TemporaryDirectory images;
   testing_support::writeImage(images.path() / "b.png", testing_support::makePicture(40, 30, 3, 8));
@@ -232,6 +240,19 @@ INSTANTIATE_TEST_SUITE_P(
             "WidthNotANumber",
             R"({"Interfaces": [{"ID": "I", "Devices": [{"ID": "C", "Streams": [{"ID": "S", "Width": "wide"}]}]}]})",
             "[json.exception.type_error.302] type must be number, but is string", keepsTheBuiltInTree},
+        // Converting these with a plain cast was undefined behaviour (found by fuzzing the loader).
+        BrokenCase{
+            "WidthBeyond32Bits",
+            R"({"Interfaces": [{"ID": "I", "Devices": [{"ID": "C", "Streams": [{"ID": "S", "Width": 1e30}]}]}]})",
+            "value of 'Width' is outside the range of its field", keepsTheBuiltInTree},
+        BrokenCase{
+            "NegativeFractionalHeight",
+            R"({"Interfaces": [{"ID": "I", "Devices": [{"ID": "C", "Streams": [{"ID": "S", "Height": -1.5}]}]}]})",
+            "value of 'Height' is outside the range of its field", keepsTheBuiltInTree},
+        BrokenCase{
+            "PaddingModeBeyond32Bits",
+            R"({"Interfaces": [{"ID": "I", "Devices": [{"ID": "C", "Streams": [{"ID": "S", "PaddingMode": 3e9}]}]}]})",
+            "value of 'PaddingMode' is outside the range of its field", keepsTheBuiltInTree},
         BrokenCase{"IdNotAString", R"({"ID": 7})", "[json.exception.type_error.302] type must be string, but is number",
                    keepsTheBuiltInTree},
         BrokenCase{"InterfaceWithoutId", R"({"Interfaces": [{"ID": "A"}, {"Devices": []}]})",
@@ -246,6 +267,14 @@ INSTANTIATE_TEST_SUITE_P(
                    R"({"Interfaces": [{"ID": "I", "Devices": [{"ID": "C", "Streams": [{"ID": "S"}, {"Width": 1}]}]}]})",
                    "[json.exception.out_of_range.403]", keepsTheBuiltInTree}),
     [](const auto& info) { return std::string(info.param.name); });
+
+// Found by fuzzing the loader: copying the interface list recursed once per nesting level.
+TEST_F(ConfigurationLoaderTest, DeeplyNestedListElementIsRefusedWithoutExhaustingTheStack) {
+  constexpr std::size_t kDepth = 100000;
+  auto [system, printed] = loadText(R"({"Interfaces": [)" + std::string(kDepth, '[') + std::string(kDepth, ']') + "]}");
+  EXPECT_EQ(printed.rfind("[json.exception.type_error.304] cannot use at() with array", 0), 0u) << printed;
+  keepsTheBuiltInTree(system);
+}
 
 TEST_F(ConfigurationLoaderTest, DirectoryInPlaceOfTheFileIsTakenAndKeepsTheBuiltInTree) {
   TemporaryDirectory directory;
