@@ -16,6 +16,8 @@
 namespace lumo::mockTL {
 namespace {
 
+using Images = ConfigurationLoader::Images;
+
 using nlohmann::json;
 
 struct NamedFormat {
@@ -90,7 +92,7 @@ T number(const json& object, const char* key, T fallback) {
   return object.value(key, fallback);
 }
 
-void applyStream(const json& object, StreamConfiguration& stream) {
+void applyStream(const json& object, StreamConfiguration& stream, Images images) {
   stream.id = object.at("ID").get<std::string>();
   if (object.contains("StreamFilePath")) {
     stream.path = object.at("StreamFilePath").get<std::string>();
@@ -109,6 +111,9 @@ void applyStream(const json& object, StreamConfiguration& stream) {
   }
   // The images are loaded here, once: a stream's geometry follows its first image, and every copy
   // of the record shares them. A file-system failure fails the whole stream list, like a bad key.
+  if (images == Images::Skip) {
+    return;
+  }
   stream.images = ImageFileSource::load(stream.imageDirectoryPath, stream.imageOrder, std::cout);
   if (const std::optional<ImageGeometry> first = ImageFileSource::geometryOf(stream.images)) {
     stream.width = first->width;
@@ -122,7 +127,7 @@ void applyStream(const json& object, StreamConfiguration& stream) {
   stream.pixelFormat = pixelFormatCode(object.value("PixelFormat", std::string()));
 }
 
-void applyDevice(const json& object, DeviceConfiguration& device) {
+void applyDevice(const json& object, DeviceConfiguration& device, Images images) {
   device.id = object.at("ID").get<std::string>();
   device.serialNumber = object.value("SerialNumber", device.id);
   device.userName = object.value("UserName", device.id);
@@ -130,22 +135,28 @@ void applyDevice(const json& object, DeviceConfiguration& device) {
   device.model = object.value("Model", device.model);
   device.vendor = object.value("Vendor", device.vendor);
   device.version = object.value("Version", device.version);
-  device.streams = readList(object, "Streams", StreamConfiguration{}, applyStream);
+  device.streams =
+      readList(object, "Streams", StreamConfiguration{},
+               [images](const json& element, StreamConfiguration& stream) { applyStream(element, stream, images); });
   if (device.streams.size() > DeviceConfiguration::kMaxStreams) {
     device.streams.resize(DeviceConfiguration::kMaxStreams);
   }
 }
 
-void applyInterface(const json& object, InterfaceConfiguration& record) {
+void applyInterface(const json& object, InterfaceConfiguration& record, Images images) {
   record.id = object.at("ID").get<std::string>();
-  record.devices = readList(object, "Devices", ConfigurationLoader::builtInDevice(), applyDevice);
+  record.devices =
+      readList(object, "Devices", ConfigurationLoader::builtInDevice(),
+               [images](const json& element, DeviceConfiguration& device) { applyDevice(element, device, images); });
 }
 
-void applyRoot(const json& root, SystemConfiguration& system) {
+void applyRoot(const json& root, SystemConfiguration& system, Images images) {
   if (root.contains("ID")) {
     system.id = root.at("ID").get<std::string>();
   }
-  system.interfaces = readList(root, "Interfaces", ConfigurationLoader::builtInInterface(), applyInterface);
+  system.interfaces = readList(
+      root, "Interfaces", ConfigurationLoader::builtInInterface(),
+      [images](const json& element, InterfaceConfiguration& record) { applyInterface(element, record, images); });
 }
 
 std::optional<std::string> environmentVariable(const char* name) {
@@ -181,7 +192,7 @@ std::optional<std::filesystem::path> ConfigurationLoader::locate(HostConfigExpor
   return std::nullopt;
 }
 
-SystemConfiguration ConfigurationLoader::load(HostConfigExport hostExport) {
+SystemConfiguration ConfigurationLoader::load(HostConfigExport hostExport, Images images) {
   SystemConfiguration system = builtIn();
   const auto path = locate(hostExport);
   if (!path) {
@@ -189,7 +200,7 @@ SystemConfiguration ConfigurationLoader::load(HostConfigExport hostExport) {
   }
   try {
     std::ifstream file(*path);
-    applyRoot(json::parse(file), system);
+    applyRoot(json::parse(file), system, images);
   } catch (const std::exception& failure) {
     std::cout << failure.what() << std::endl;
   }

@@ -23,9 +23,13 @@ class ConfigurationLoader {
   // (access denied) throws std::filesystem::filesystem_error.
   static std::optional<std::filesystem::path> locate(HostConfigExport hostExport);
 
+  // Whether stream image files are read. Reading the file only for its identity skips them, so that
+  // their decoding (and the line each unusable one prints) happens once per tree.
+  enum class Images { Load, Skip };
+
   // The built-in configuration with the located file applied over it.
-  static SystemConfiguration load(HostConfigExport hostExport);
-  static SystemConfiguration load() { return load(hostConfigExport()); }
+  static SystemConfiguration load(HostConfigExport hostExport, Images images = Images::Load);
+  static SystemConfiguration load(Images images = Images::Load) { return load(hostConfigExport(), images); }
 
   // One interface "MyInterface0" with one device "MyDevice0" and its four streams.
   static SystemConfiguration builtIn();

@@ -182,7 +182,7 @@ std::string TransportLayer::UniqueId() {
     }
   }
   // Read once per process: the id a consumer has seen never changes under it.
-  static const std::string configuredId = ConfigurationLoader::load().id;
+  static const std::string configuredId = ConfigurationLoader::load(ConfigurationLoader::Images::Skip).id;
   return configuredId;
 }
 

@@ -19,11 +19,12 @@ std::string hostPath;
 const char* hostExport() { return hostPath.c_str(); }
 
 // Loads `text` as the configuration file and returns the result with what went to standard output.
-std::pair<SystemConfiguration, std::string> loadText(const std::string& text) {
+std::pair<SystemConfiguration, std::string> loadText(
+    const std::string& text, ConfigurationLoader::Images images = ConfigurationLoader::Images::Load) {
   TemporaryDirectory directory;
   hostPath = directory.write("LmMockTL.json", text).string();
   ::testing::internal::CaptureStdout();
-  SystemConfiguration loaded = ConfigurationLoader::load(&hostExport);
+  SystemConfiguration loaded = ConfigurationLoader::load(&hostExport, images);
   return {std::move(loaded), ::testing::internal::GetCapturedStdout()};
 }
 
@@ -172,6 +173,17 @@ TEST_F(ConfigurationLoaderTest, StreamWithoutLoadableImagesKeepsItsConfiguredGeo
   EXPECT_EQ(stream.height, 480u);
   EXPECT_EQ(stream.pixelFormat, 0x010C0047u);
   EXPECT_EQ(printed, "Skipped image file \"" + (images.path() / "a.png").string() + "\": the file is empty\n");
+}
+
+TEST_F(ConfigurationLoaderTest, ReadingWithoutImagesNeverTouchesTheImageDirectory) {
+  const std::string text = R"({"ID": "Rig", "Interfaces": [{"ID": "I", "Devices": [{"ID": "Cam",
+      "Streams": [{"ID": "S", "ImageDirectoryPath": "/no/such/directory", "Width": 64}]}]}]})";
+  const auto [system, printed] = loadText(text, ConfigurationLoader::Images::Skip);
+  EXPECT_EQ(printed, "");
+  EXPECT_EQ(system.id, "Rig");
+  EXPECT_TRUE(onlyStream(system).images.empty());
+  EXPECT_EQ(onlyStream(system).width, 64u);
+  EXPECT_NE(loadText(text).second, "");
 }
 
 struct FormatCase {
