@@ -1,6 +1,6 @@
 // Writes the binary seeds of the fuzz corpora in the harnesses' input layouts: recordings made by
 // the stream file writer, GenDC stream settings, and port traffic that reaches each module's
-// registers. Usage: lmmocktl_fuzz_seeds <corpus directory>
+// registers, and small image files of each format. Usage: lmmocktl_fuzz_seeds <corpus directory>
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "gendc/Container.h"
+#include "source/ImageFiles.h"
 #include "source/StreamFileWriter.h"
 
 namespace {
@@ -212,6 +213,19 @@ int main(int argc, char** argv) {
     }
     read(seed, kStream, 0xF0000000, 0x80);
     seed.save(traffic / "descriptions-and-urls");
+  }
+  // Image files behind the byte that picks their extension, in the image harness's order.
+  const fs::path images = corpus / "ImageDecoders";
+  const char* extensions[] = {".png", ".jpg", ".tif", ".j2k", ".bmp"};
+  for (std::uint8_t selector = 0; selector < 5; ++selector) {
+    for (const std::size_t channels : {std::size_t{1}, std::size_t{3}}) {
+      const fs::path file = fs::temp_directory_path() / (std::string("lmmocktl-seed") + extensions[selector]);
+      testing_support::writeImage(file, testing_support::makePicture(8, 6, channels, 8));
+      Seed seed;
+      seed.u8(selector).raw(fileBytes(file));
+      seed.save(images / (std::string(channels == 1 ? "gray" : "colour") + extensions[selector]));
+      fs::remove(file);
+    }
   }
   return 0;
 }

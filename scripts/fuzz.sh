@@ -20,8 +20,8 @@ CC=clang CXX=clang++ cmake -S "$root" -B "$build" -DCMAKE_BUILD_TYPE= -DCMAKE_CX
 cmake --build "$build" -j "$(nproc)" --target lmmocktl_fuzz
 
 # The largest input each harness reads: a JSON file, a recording (InfoFile and data files), one
-# set of stream settings, a sequence of port operations.
-declare -A maxLength=([ConfigurationLoader]=8192 [StreamFileReader]=16384 [GenDcContainer]=64 [PortTraffic]=4096)
+# set of stream settings, a sequence of port operations, an image file.
+declare -A maxLength=([ConfigurationLoader]=8192 [StreamFileReader]=16384 [GenDcContainer]=64 [PortTraffic]=4096 [ImageDecoders]=65536)
 # Every module's error event stays a known handle for the life of the process, by design, so each
 # port traffic input leaves registry entries behind and libFuzzer's leak check after every input
 # would rescan the heap each time; the leak check at exit still runs.

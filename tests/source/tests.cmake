@@ -7,3 +7,6 @@ list(APPEND LMMOCKTL_UNIT_TESTS
   "${CMAKE_CURRENT_LIST_DIR}/LmRApiTest.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/LmRReaderTest.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/StreamFileWriterTest.cpp")
+list(APPEND LMMOCKTL_BLACKBOX_TESTS
+  "${CMAKE_CURRENT_LIST_DIR}/ImageFileStreamTest.cpp"
+  "${CMAKE_CURRENT_LIST_DIR}/ImageFiles.cpp")
