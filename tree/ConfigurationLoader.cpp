@@ -111,15 +111,15 @@ void applyStream(const json& object, StreamConfiguration& stream, Images images)
   }
   // The images are loaded here, once: a stream's geometry follows its first image, and every copy
   // of the record shares them. A file-system failure fails the whole stream list, like a bad key.
-  if (images == Images::Skip) {
-    return;
-  }
-  stream.images = ImageFileSource::load(stream.imageDirectoryPath, stream.imageOrder, std::cout);
-  if (const std::optional<ImageGeometry> first = ImageFileSource::geometryOf(stream.images)) {
-    stream.width = first->width;
-    stream.height = first->height;
-    stream.pixelFormat = first->pixelFormat;
-    return;
+  // Skipping them leaves the stream with the geometry its record configures.
+  if (images == Images::Load) {
+    stream.images = ImageFileSource::load(stream.imageDirectoryPath, stream.imageOrder, std::cout);
+    if (const std::optional<ImageGeometry> first = ImageFileSource::geometryOf(stream.images)) {
+      stream.width = first->width;
+      stream.height = first->height;
+      stream.pixelFormat = first->pixelFormat;
+      return;
+    }
   }
   stream.width = number(object, "Width", stream.width);
   stream.height = number(object, "Height", stream.height);
