@@ -224,31 +224,26 @@ TEST_P(EventInfo, AnswersWithTypeSizeAndValue) {
                      "The passed buffer is too small to receive the requested module information");
 }
 
+// A registered event that fired twice and handed its first item out: one is left.
+template <class Kind, class Item>
+std::shared_ptr<Event> firedTwiceOneLeft(Item first, Item second) {
+  auto event = registered<Kind>();
+  event->Push(std::move(first));
+  event->Push(std::move(second));
+  std::size_t size = 0;
+  event->GetData(nullptr, size, 0);
+  return event;
+}
+
 std::shared_ptr<Event> errorEventWithOneLeft() {
-  auto event = registered<ErrorEvent>();
-  event->Push({-1, "gone"});
-  event->Push({-2, "left"});
-  std::size_t size = 0;
-  event->GetData(nullptr, size, 0);
-  return event;
+  return firedTwiceOneLeft<ErrorEvent>(ErrorEventData{-1, "gone"}, ErrorEventData{-2, "left"});
 }
-
 std::shared_ptr<Event> newBufferEventWithOneLeft() {
-  auto event = registered<NewBufferEvent>();
-  event->Push(std::make_shared<CountingBuffer>());
-  event->Push(std::make_shared<CountingBuffer>());
-  std::size_t size = 0;
-  event->GetData(nullptr, size, 0);
-  return event;
+  return firedTwiceOneLeft<NewBufferEvent, std::shared_ptr<DeliverableBuffer>>(std::make_shared<CountingBuffer>(),
+                                                                               std::make_shared<CountingBuffer>());
 }
-
 std::shared_ptr<Event> removeDeviceEventWithOneLeft() {
-  auto event = registered<RemoveDeviceEvent>();
-  event->Push(std::vector<std::uint8_t>(40));
-  event->Push(std::vector<std::uint8_t>(24));
-  std::size_t size = 0;
-  event->GetData(nullptr, size, 0);
-  return event;
+  return firedTwiceOneLeft<RemoveDeviceEvent>(std::vector<std::uint8_t>(40), std::vector<std::uint8_t>(24));
 }
 
 INSTANTIATE_TEST_SUITE_P(

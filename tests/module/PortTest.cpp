@@ -1,9 +1,9 @@
+// A module's port: the URL list and its info, argument checks and stacked access.
 #include <gtest/gtest.h>
 
 #include <cstring>
 #include <string>
 
-#include "gentl/HandleRegistry.h"
 #include "module/Port.h"
 #include "support/DescribedModule.h"
 #include "support/ExpectGenTLError.h"
@@ -151,17 +151,6 @@ TEST(PortAccess, ADisabledPortRefusesEveryOperation) {
   EXPECT_GENTL_ERROR(module.Read(0, &byte, size), GC_ERR_NOT_IMPLEMENTED, message);
   EXPECT_GENTL_ERROR(module.GetURL(nullptr, size), GC_ERR_NOT_IMPLEMENTED, message);
   EXPECT_GENTL_ERROR(module.GetNumURLs(), GC_ERR_NOT_IMPLEMENTED, message);
-}
-
-TEST(PortAccess, AModuleIsAKnownHandleForExactlyItsLifetime) {
-  const void* address = nullptr;
-  {
-    DescribedModule module(DescriptionKind::DataStream);
-    address = module.handle();
-    EXPECT_EQ(address, static_cast<const void*>(&module.self()));
-    EXPECT_EQ(HandleRegistry::KindOf(address), HandleKind::Module);
-  }
-  EXPECT_FALSE(HandleRegistry::IsKnown(address));
 }
 
 }  // namespace

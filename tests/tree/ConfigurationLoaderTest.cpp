@@ -65,51 +65,43 @@ TEST_F(ConfigurationLoaderTest, NoFileAnywhereGivesTheBuiltInTree) {
   }
 }
 
-TEST_F(ConfigurationLoaderTest, EmptyRootKeepsTheSystemIdAndListsNoInterfaces) {
-  const SystemConfiguration system = load("{}");
-  EXPECT_EQ(system.id, "LmMockTL.cti");
-  EXPECT_TRUE(system.interfaces.empty());
-}
-
-TEST_F(ConfigurationLoaderTest, InterfaceWithoutDevicesListsNone) {
-  const SystemConfiguration system = load(R"({"ID": "Bench", "Interfaces": [{"ID": "Empty"}]})");
+TEST_F(ConfigurationLoaderTest, MissingListsAreEmptyAndTheSystemIdDefaults) {
+  EXPECT_EQ(load("{}").id, "LmMockTL.cti");
+  EXPECT_TRUE(load("{}").interfaces.empty());
+  const SystemConfiguration system =
+      load(R"({"ID": "Bench", "Interfaces": [{"ID": "Empty"}, {"ID": "I", "Devices": [{"ID": "Cam"}]}]})");
   EXPECT_EQ(system.id, "Bench");
-  ASSERT_EQ(system.interfaces.size(), 1u);
-  EXPECT_TRUE(system.interfaces[0].devices.empty());
+  EXPECT_TRUE(system.interfaces.at(0).devices.empty());
+  EXPECT_TRUE(system.interfaces.at(1).devices.at(0).streams.empty());
 }
 
-TEST_F(ConfigurationLoaderTest, DeviceWithOnlyAnIdNamesItselfAfterIt) {
-  const SystemConfiguration system = load(R"({"Interfaces": [{"ID": "I", "Devices": [{"ID": "Cam"}]}]})");
-  const DeviceConfiguration& device = system.interfaces.at(0).devices.at(0);
-  EXPECT_EQ(device.serialNumber, "Cam");
-  EXPECT_EQ(device.userName, "Cam");
-  EXPECT_EQ(device.displayName, "Cam");
-  EXPECT_EQ(device.model, "Mock Camera (Default)");
-  EXPECT_EQ(device.vendor, "KORVANE IMAGING");
-  EXPECT_EQ(device.version, "1.0");
-  EXPECT_TRUE(device.streams.empty()) << "a device without Streams has none";
-}
+// Each text of a device record: its member in the file, and its value when the member is missing.
+struct DeviceText {
+  const char* member;
+  std::string DeviceConfiguration::*field;
+  const char* fallback;
+};
 
-TEST_F(ConfigurationLoaderTest, DeviceTextsAreReadFromTheFile) {
-  const SystemConfiguration system = load(R"({"Interfaces": [{"ID": "I", "Devices": [{"ID": "Cam",
-      "SerialNumber": "SN1", "UserName": "left", "DisplayName": "Left Cam", "Model": "M", "Vendor": "V",
-      "Version": "2.0"}]}]})");
-  const DeviceConfiguration& device = system.interfaces.at(0).devices.at(0);
-  EXPECT_EQ(device.serialNumber, "SN1");
-  EXPECT_EQ(device.userName, "left");
-  EXPECT_EQ(device.displayName, "Left Cam");
-  EXPECT_EQ(device.model, "M");
-  EXPECT_EQ(device.vendor, "V");
-  EXPECT_EQ(device.version, "2.0");
-}
-
-TEST_F(ConfigurationLoaderTest, SixStreamsAreCutToTheFirstFour) {
-  const SystemConfiguration system = load(R"({"Interfaces": [{"ID": "I", "Devices": [{"ID": "Cam", "Streams": [
-      {"ID": "S1"}, {"ID": "S2"}, {"ID": "S3"}, {"ID": "S4"}, {"ID": "S5"}, {"ID": "S6"}]}]}]})");
-  const auto& streams = system.interfaces.at(0).devices.at(0).streams;
-  ASSERT_EQ(streams.size(), 4u);
-  EXPECT_EQ(streams[0].id, "S1");
-  EXPECT_EQ(streams[3].id, "S4");
+TEST_F(ConfigurationLoaderTest, DeviceTextsAreReadOrFallBackToTheIdAndTheDefaults) {
+  const DeviceText texts[] = {{"SerialNumber", &DeviceConfiguration::serialNumber, "Cam"},
+                              {"UserName", &DeviceConfiguration::userName, "Cam"},
+                              {"DisplayName", &DeviceConfiguration::displayName, "Cam"},
+                              {"Model", &DeviceConfiguration::model, "Mock Camera (Default)"},
+                              {"Vendor", &DeviceConfiguration::vendor, "KORVANE IMAGING"},
+                              {"Version", &DeviceConfiguration::version, "1.0"}};
+  std::string members;
+  for (const auto& text : texts) members += std::string(", \"") + text.member + "\": \"" + text.member + " value\"";
+  const auto device = [&](const std::string& extra) {
+    return load(R"({"Interfaces": [{"ID": "I", "Devices": [{"ID": "Cam")" + extra + "}]}]}")
+        .interfaces.at(0)
+        .devices.at(0);
+  };
+  const DeviceConfiguration bare = device("");
+  const DeviceConfiguration full = device(members);
+  for (const auto& text : texts) {
+    EXPECT_EQ(bare.*text.field, text.fallback) << text.member;
+    EXPECT_EQ(full.*text.field, std::string(text.member) + " value");
+  }
 }
 
 TEST_F(ConfigurationLoaderTest, StreamSettingsAreRead) {
