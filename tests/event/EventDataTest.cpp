@@ -124,14 +124,6 @@ INSTANTIATE_TEST_SUITE_P(
                         kUnknownDataInfo + ":lumo::mockTL::RemoveDeviceEvent::GetDataInfoImpl"}),
     [](const auto& info) { return std::string(info.param.name); });
 
-TEST(EventDataInfo, ANullInputBufferIsRefusedBeforeTheKindLooksAtIt) {
-  auto event = registered<NewBufferEvent>();
-  INFO_DATATYPE type = 0;
-  std::size_t size = 8;
-  EXPECT_GENTL_ERROR(event->GetDataInfo(nullptr, 16, EVENT_DATA_ID, type, nullptr, size), GC_ERR_INVALID_PARAMETER,
-                     kBadInput);
-}
-
 TEST(NewBufferEventData, HandsOutHandleAndUserPointerThenReleasesTheBuffer) {
   auto event = registered<NewBufferEvent>();
   auto buffer = std::make_shared<CountingBuffer>();
@@ -254,14 +246,10 @@ INSTANTIATE_TEST_SUITE_P(
         InfoCase{"ErrorFired", errorEventWithOneLeft, EVENT_NUM_FIRED, INFO_DATATYPE_UINT64, 8, 2},
         InfoCase{"ErrorSizeMax", errorEventWithOneLeft, EVENT_SIZE_MAX, INFO_DATATYPE_SIZET, 8, 256},
         InfoCase{"ErrorInfoSizeMax", errorEventWithOneLeft, EVENT_INFO_DATA_SIZE_MAX, INFO_DATATYPE_SIZET, 8, 252},
-        InfoCase{"NewBufferType", newBufferEventWithOneLeft, EVENT_EVENT_TYPE, INFO_DATATYPE_INT32, 4,
-                 EVENT_NEW_BUFFER},
         InfoCase{"NewBufferFired", newBufferEventWithOneLeft, EVENT_NUM_FIRED, INFO_DATATYPE_UINT64, 8, 2},
         InfoCase{"NewBufferSizeMax", newBufferEventWithOneLeft, EVENT_SIZE_MAX, INFO_DATATYPE_SIZET, 8, 16},
         InfoCase{"NewBufferInfoSizeMax", newBufferEventWithOneLeft, EVENT_INFO_DATA_SIZE_MAX, INFO_DATATYPE_SIZET, 8,
                  8},
-        InfoCase{"RemoveDeviceType", removeDeviceEventWithOneLeft, EVENT_EVENT_TYPE, INFO_DATATYPE_INT32, 4,
-                 EVENT_REMOTE_DEVICE},
         InfoCase{"RemoveDeviceSizeMax", removeDeviceEventWithOneLeft, EVENT_SIZE_MAX, INFO_DATATYPE_SIZET, 8, 24}),
     [](const auto& info) { return std::string(info.param.name); });
 
