@@ -60,12 +60,14 @@ struct Check {
 void PrintTo(const Check& check, std::ostream* out) { *out << check.name; }
 
 // One row: `function` called with `arguments`, which see the handles as `h` and the scratch as `s`.
-#define ROW(function, suffix, code, message, arguments)                                                 \
-  Check {                                                                                               \
-#function #suffix, #function,                                                                       \
-        [](Exports & gentl, [[maybe_unused]] const Handles& h,                                          \
-           [[maybe_unused]] Scratch& s) -> GC_ERROR { return gentl.function arguments; }, code, message \
-  }
+// clang-format off
+#define ROW(function, suffix, code, message, arguments)                                                  \
+  Check{#function #suffix, #function,                                                                    \
+        [](Exports& gentl, [[maybe_unused]] const Handles& h, [[maybe_unused]] Scratch& s) -> GC_ERROR { \
+          return gentl.function arguments;                                                               \
+        },                                                                                               \
+        code, message}
+// clang-format on
 
 void* const kUnknown = testing_support::kUnknownHandle;
 constexpr GC_ERROR kHandle = GC_ERR_INVALID_HANDLE;
