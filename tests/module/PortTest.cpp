@@ -91,13 +91,6 @@ TEST(PortAccess, ArgumentChecksComeBeforeAddressChecks) {
                      "Invalid parameters used for port read operation");
   EXPECT_GENTL_ERROR(module.Write(0, nullptr, size), GC_ERR_INVALID_PARAMETER,
                      "Invalid parameters used for port write operation");
-  std::size_t count = 0;
-  PORT_REGISTER_STACK_ENTRY entry{0, &byte, 1};
-  EXPECT_GENTL_ERROR(module.ReadStacked(&entry, count), GC_ERR_INVALID_PARAMETER,
-                     "Invalid parameters used for stacked read operation");
-  count = 1;
-  EXPECT_GENTL_ERROR(module.WriteStacked(nullptr, count), GC_ERR_INVALID_PARAMETER,
-                     "Invalid parameters used for stacked write operation");
 }
 
 TEST(PortAccess, StackedOperationsCountCompletedEntriesAndStopAtTheFirstFailure) {
