@@ -111,6 +111,7 @@ void applyStream(const json& object, StreamConfiguration& stream, Images images)
   }
   // The images are loaded here, once: a stream's geometry follows its first image, and every copy
   // of the record shares them. A file-system failure fails the whole stream list, like a bad key.
+  // Skipping them leaves the stream with the geometry its record configures.
   if (images == Images::Load) {
     stream.images = ImageFileSource::load(stream.imageDirectoryPath, stream.imageOrder, std::cout);
     if (const std::optional<ImageGeometry> first = ImageFileSource::geometryOf(stream.images)) {

@@ -1,11 +1,9 @@
 list(APPEND LMMOCKTL_UNIT_TESTS
   "${CMAKE_CURRENT_LIST_DIR}/ErrorFrameTest.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/ExportsEventTest.cpp"
-  "${CMAKE_CURRENT_LIST_DIR}/ExportsPortTest.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/HandleRegistryTest.cpp"
-  # The port and event export bodies, called directly against test modules.
-  "${PROJECT_SOURCE_DIR}/gentl/ExportsEvent.cpp"
-  "${PROJECT_SOURCE_DIR}/gentl/ExportsPort.cpp")
+  # The event export bodies, called directly against test modules.
+  "${PROJECT_SOURCE_DIR}/gentl/ExportsEvent.cpp")
 list(APPEND LMMOCKTL_BLACKBOX_TESTS
   "${CMAKE_CURRENT_LIST_DIR}/LibraryLifecycleTest.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/PortAndEventExportsTest.cpp")

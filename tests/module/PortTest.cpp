@@ -1,9 +1,9 @@
+// A module's port: the URL list and its info, argument checks and stacked access.
 #include <gtest/gtest.h>
 
 #include <cstring>
 #include <string>
 
-#include "gentl/HandleRegistry.h"
 #include "module/Port.h"
 #include "support/DescribedModule.h"
 #include "support/ExpectGenTLError.h"
@@ -91,13 +91,6 @@ TEST(PortAccess, ArgumentChecksComeBeforeAddressChecks) {
                      "Invalid parameters used for port read operation");
   EXPECT_GENTL_ERROR(module.Write(0, nullptr, size), GC_ERR_INVALID_PARAMETER,
                      "Invalid parameters used for port write operation");
-  std::size_t count = 0;
-  PORT_REGISTER_STACK_ENTRY entry{0, &byte, 1};
-  EXPECT_GENTL_ERROR(module.ReadStacked(&entry, count), GC_ERR_INVALID_PARAMETER,
-                     "Invalid parameters used for stacked read operation");
-  count = 1;
-  EXPECT_GENTL_ERROR(module.WriteStacked(nullptr, count), GC_ERR_INVALID_PARAMETER,
-                     "Invalid parameters used for stacked write operation");
 }
 
 TEST(PortAccess, StackedOperationsCountCompletedEntriesAndStopAtTheFirstFailure) {
@@ -151,17 +144,6 @@ TEST(PortAccess, ADisabledPortRefusesEveryOperation) {
   EXPECT_GENTL_ERROR(module.Read(0, &byte, size), GC_ERR_NOT_IMPLEMENTED, message);
   EXPECT_GENTL_ERROR(module.GetURL(nullptr, size), GC_ERR_NOT_IMPLEMENTED, message);
   EXPECT_GENTL_ERROR(module.GetNumURLs(), GC_ERR_NOT_IMPLEMENTED, message);
-}
-
-TEST(PortAccess, AModuleIsAKnownHandleForExactlyItsLifetime) {
-  const void* address = nullptr;
-  {
-    DescribedModule module(DescriptionKind::DataStream);
-    address = module.handle();
-    EXPECT_EQ(address, static_cast<const void*>(&module.self()));
-    EXPECT_EQ(HandleRegistry::KindOf(address), HandleKind::Module);
-  }
-  EXPECT_FALSE(HandleRegistry::IsKnown(address));
 }
 
 }  // namespace

@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
-#include <ostream>
 #include <string>
 
 #include "gentl/GenTL.h"
@@ -37,32 +35,6 @@ class InitialisedLibrary : public ::testing::Test {
     lumo::mockTL::error::LastErrorStore::instance().clear();
   }
   void TearDown() override { lumo::mockTL::Library::setInitialised(false); }
-};
-
-// One row of a table of refused export calls, made against a fresh World of test objects. The
-// export's own check must fail with `code` and `message`.
-template <class World>
-struct Refusal {
-  const char* name;
-  const char* exportName;
-  std::function<GC_ERROR(World&)> call;
-  GC_ERROR code;
-  const char* message;
-};
-
-template <class World>
-void PrintTo(const Refusal<World>& refusal, std::ostream* out) {
-  *out << refusal.name;
-}
-
-template <class World>
-class ExportRefusal : public InitialisedLibrary, public ::testing::WithParamInterface<Refusal<World>> {
- protected:
-  void expectRefused() {
-    World world;
-    const Refusal<World>& refusal = this->GetParam();
-    EXPECT_TRUE(exportFailed(refusal.call(world), refusal.code, refusal.message, exportBody(refusal.exportName)));
-  }
 };
 
 }  // namespace testing_support

@@ -1,9 +1,7 @@
 list(APPEND LMMOCKTL_UNIT_TESTS
   "${CMAKE_CURRENT_LIST_DIR}/ConfigurationLoaderTest.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/DeclaredRegistersTest.cpp"
-  "${CMAKE_CURRENT_LIST_DIR}/DeviceTest.cpp"
-  "${CMAKE_CURRENT_LIST_DIR}/InterfaceTest.cpp"
-  "${CMAKE_CURRENT_LIST_DIR}/TransportLayerTest.cpp")
+  "${CMAKE_CURRENT_LIST_DIR}/TreeRegistersTest.cpp")
 list(APPEND LMMOCKTL_BLACKBOX_TESTS
   "${CMAKE_CURRENT_LIST_DIR}/ExportChecksTest.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/HostProcessTest.cpp"
