@@ -1,0 +1,14 @@
+#pragma once
+
+#include "tools/CommandLine.h"
+#include "tools/GenTLLibrary.h"
+
+namespace lmmocktl {
+
+class GrabCommand {
+ public:
+  static const char* help();
+  static int run(const GenTLLibrary& gentl, CommandLine& line);
+};
+
+}  // namespace lmmocktl
