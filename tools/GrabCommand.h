@@ -5,6 +5,8 @@
 
 namespace lmmocktl {
 
+// `lmmocktl grab`: sets features, grabs frames from one stream or all of a device's streams and
+// writes them as PNG files.
 class GrabCommand {
  public:
   static const char* help();

@@ -28,6 +28,8 @@ void PngFile::write(const std::filesystem::path& path, const UnpackedImage& imag
   png_infop info = png_create_info_struct(png);
   try {
     png_init_io(png, file.get());
+    // Frames are written while the camera streams: fast compression keeps up with it.
+    png_set_compression_level(png, 1);
     png_set_IHDR(png, info, image.width, image.height, static_cast<int>(image.bitDepth),
                  image.channels == 1 ? PNG_COLOR_TYPE_GRAY : PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE,
                  PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
