@@ -24,7 +24,7 @@ class Acquisition {
     std::int32_t payloadType = PAYLOAD_TYPE_UNKNOWN;
     std::size_t width = 0;
     std::size_t height = 0;
-    std::size_t paddingX = 0;
+    std::size_t paddingX = 0;  // bytes, as BUFFER_INFO_XPADDING counts them
     std::uint64_t pixelFormat = 0;
     bool incomplete = false;
   };

@@ -85,14 +85,18 @@ std::optional<std::uint32_t> UnpackedImage::formatCode(const std::string& name) 
 }
 
 UnpackedImage UnpackedImage::unpack(std::uint32_t pixelFormat, const std::uint8_t* data, std::size_t size,
-                                    std::uint32_t width, std::uint32_t height, std::uint32_t paddingX) {
+                                    std::uint32_t width, std::uint32_t height, std::uint32_t paddingBytes) {
   const FormatEntry* format = findFormat(pixelFormat);
   if (format == nullptr) {
     char code[16];
     std::snprintf(code, sizeof(code), "0x%08X", pixelFormat);
     throw std::runtime_error(std::string("pixel format ") + code + " cannot be written as PNG");
   }
-  const std::uint64_t lineSamples = std::uint64_t{width + paddingX} * format->channels;
+  // Packed lines are not byte-aligned: a padding of p pixels is reported as the whole bytes it
+  // covers, floor(p * bits / 8), and p is the smallest pixel count that covers them.
+  const unsigned pixelBits = format->bitsPerSample * format->channels;
+  const std::uint64_t paddingX = (std::uint64_t{paddingBytes} * 8 + pixelBits - 1) / pixelBits;
+  const std::uint64_t lineSamples = (width + paddingX) * format->channels;
   const std::uint64_t neededBits =
       (lineSamples * (height == 0 ? 0 : height - 1) + std::uint64_t{width} * format->channels) * format->bitsPerSample;
   if ((neededBits + 7) / 8 > size) {

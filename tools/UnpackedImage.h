@@ -26,9 +26,10 @@ struct UnpackedImage {
   // Unpacks an image of a PFNC pixel format from `data` (`size` bytes from the first pixel): mono
   // and Bayer of 8 to 16 bits (Bayer stays a mosaic, shown gray), their 10p and 12p packings, and
   // RGB, BGR, RGBa and BGRa of 8 to 16 bits (alpha dropped). Each line is followed by
-  // `paddingX` pixels. Throws std::runtime_error for another format or too few bytes.
+  // `paddingBytes` bytes of padding, as BUFFER_INFO_XPADDING counts them. Throws
+  // std::runtime_error for another format or too few bytes.
   static UnpackedImage unpack(std::uint32_t pixelFormat, const std::uint8_t* data, std::size_t size,
-                              std::uint32_t width, std::uint32_t height, std::uint32_t paddingX);
+                              std::uint32_t width, std::uint32_t height, std::uint32_t paddingBytes);
 };
 
 }  // namespace lmmocktl
