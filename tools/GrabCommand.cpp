@@ -107,6 +107,7 @@ struct StreamResult {
   std::uint64_t lastId = 0;
   std::uint64_t underruns = 0;
   double seconds = 0;
+  std::string format;  // "Mono8 1920 x 1080" from the last frame
   std::vector<std::filesystem::path> files;
 };
 
@@ -136,6 +137,8 @@ StreamResult grabStream(const GenTLLibrary& gentl, DEV_HANDLE device, const GenT
       result.lastId = frame.frameId;
       ++result.frames;
       result.bytes += frame.sizeFilled;
+      result.format = UnpackedImage::formatName(static_cast<std::uint32_t>(frame.pixelFormat)).value_or("?") + " " +
+                      std::to_string(frame.width) + " x " + std::to_string(frame.height);
       if (options.out) {
         for (auto& path : writeFrame(frame, streamId, *options.out, options.raw)) result.files.push_back(path);
       }
@@ -256,8 +259,8 @@ int GrabCommand::run(const GenTLLibrary& gentl, CommandLine& line) {
     }
     const StreamResult result = grabStream(gentl, device, remote.get(), streamId, options);
     const double seconds = result.seconds > 0 ? result.seconds : 1e-9;
-    std::printf("%s: %llu frames in %.2f s, %.1f frames/s, %.1f MB/s, frame ids %llu to %llu, %llu underrun%s\n",
-                streamId.c_str(), static_cast<unsigned long long>(result.frames), result.seconds,
+    std::printf("%s (%s): %llu frames in %.2f s, %.1f frames/s, %.1f MB/s, frame ids %llu to %llu, %llu underrun%s\n",
+                streamId.c_str(), result.format.c_str(), static_cast<unsigned long long>(result.frames), result.seconds,
                 static_cast<double>(result.frames) / seconds, static_cast<double>(result.bytes) / seconds / 1e6,
                 static_cast<unsigned long long>(result.firstId), static_cast<unsigned long long>(result.lastId),
                 static_cast<unsigned long long>(result.underruns), result.underruns == 1 ? "" : "s");

@@ -1,8 +1,11 @@
 #include "tools/ListCommand.h"
 
 #include <cstdio>
+#include <memory>
 #include <string>
 
+#include "tools/FeaturesCommand.h"
+#include "tools/GenTLArvDevice.h"
 #include "tools/InfoQuery.h"
 #include "tools/ProducerSession.h"
 #include "tools/ToolError.h"
@@ -30,6 +33,39 @@ std::string textOrDash(const GenTLLibrary& gentl, Query query) {
     return infoText(gentl, query, "info");
   } catch (const ToolError&) {
     return "-";
+  }
+}
+
+// The camera's node map, when its description can be read; `list` goes on without it.
+std::unique_ptr<GenTLArvDevice> openCamera(const GenTLLibrary& gentl, DEV_HANDLE device) {
+  PORT_HANDLE port = nullptr;
+  if (gentl.DevGetPort(device, &port) != GC_ERR_SUCCESS) return nullptr;
+  try {
+    return std::make_unique<GenTLArvDevice>(FeaturesCommand::portFunctions(gentl), port);
+  } catch (const std::exception&) {
+    return nullptr;
+  }
+}
+
+// ": Mono8, 1920 x 1080" for stream `index`, read from the camera's image format features with
+// SourceSelector pointing at the stream; empty when the camera does not describe them.
+std::string streamFormat(const GenTLArvDevice& camera, std::size_t index) {
+  try {
+    if (arv_gc_get_node(camera.genicam(), "SourceSelector") != nullptr) {
+      GError* error = nullptr;
+      ArvGcNode* selector = arv_gc_get_node(camera.genicam(), "SourceSelector");
+      if (!ARV_IS_GC_ENUMERATION(selector)) return "";
+      arv_gc_enumeration_set_int_value(ARV_GC_ENUMERATION(selector), static_cast<gint64>(index), &error);
+      if (error != nullptr) {
+        g_clear_error(&error);
+        return "";
+      }
+    } else if (index > 0) {
+      return "";
+    }
+    return ": " + camera.read("PixelFormat") + ", " + camera.read("Width") + " x " + camera.read("Height");
+  } catch (const std::exception&) {
+    return "";
   }
 }
 
@@ -110,9 +146,10 @@ int ListCommand::run(const GenTLLibrary& gentl, CommandLine& line) {
         continue;
       }
       const std::vector<std::string> streams = session.streamIds(opened);
+      std::unique_ptr<GenTLArvDevice> camera = openCamera(gentl, opened);
       for (std::size_t s = 0; s < streams.size(); ++s) {
-        std::printf("%s%s Stream %s\n", deviceIndent.c_str(), s + 1 == streams.size() ? "└─" : "├─",
-                    streams[s].c_str());
+        std::printf("%s%s Stream %s%s\n", deviceIndent.c_str(), s + 1 == streams.size() ? "└─" : "├─",
+                    streams[s].c_str(), camera ? streamFormat(*camera, s).c_str() : "");
       }
     }
   }

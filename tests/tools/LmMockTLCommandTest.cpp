@@ -71,7 +71,8 @@ TEST_F(LmMockTLCommand, ListShowsEveryInterfaceWithItsDevicesAndStreams) {
   // Streams appear under their device, in the device's order.
   const auto cam0 = result.out.find("Device Cam0");
   const auto cam1 = result.out.find("Device Cam1");
-  EXPECT_LT(cam0, result.out.find("Stream Mono8"));
+  EXPECT_LT(cam0, result.out.find("Stream Mono8: Mono8, 64 x 48"));
+  EXPECT_NE(result.out.find("Stream Mono12p: Mono12p, 61 x 7"), std::string::npos) << result.out;
   EXPECT_LT(result.out.find("Stream Mono8"), result.out.find("Stream RGB10"));
   EXPECT_LT(result.out.find("Stream RGB10"), cam1);
   EXPECT_GT(result.out.find("└─ Stream BayerRG12p"), cam1);
@@ -233,7 +234,11 @@ TEST_P(LmMockTLGrab, WritesEachDeliveredFrameAsAPngOfTheSameSamples) {
   const CliRun result =
       run({"grab", expected.device, "--stream", expected.stream, "--count", "3", "--out", "frames", "--raw"});
   ASSERT_EQ(result.exitCode, 0) << result.err;
-  EXPECT_NE(result.out.find(std::string(expected.stream) + ": 3 frames in "), std::string::npos) << result.out;
+  EXPECT_NE(
+      result.out.find(std::string(expected.stream) + " (" + expected.stream + " " + std::to_string(expected.width) +
+                      " x " + std::to_string(expected.height) + "): 3 frames in "),
+      std::string::npos)
+      << result.out;
   EXPECT_NE(result.out.find("frame ids 0 to 2, 0 underruns"), std::string::npos) << result.out;
   EXPECT_NE(result.out.find("6 files written:"), std::string::npos) << result.out;
 
@@ -295,8 +300,8 @@ TEST_F(LmMockTLCommand, GrabSetsFeaturesOnTheSelectedStreamBeforeStarting) {
 TEST_F(LmMockTLCommand, GrabWithoutOutOnlyCountsEveryStream) {
   const CliRun result = run({"grab", "Cam1", "--stream", "all", "--count", "2"});
   ASSERT_EQ(result.exitCode, 0) << result.err;
-  EXPECT_NE(result.out.find("Mono12p: 2 frames in "), std::string::npos) << result.out;
-  EXPECT_NE(result.out.find("BayerRG12p: 2 frames in "), std::string::npos) << result.out;
+  EXPECT_NE(result.out.find("Mono12p (Mono12p 61 x 7): 2 frames in "), std::string::npos) << result.out;
+  EXPECT_NE(result.out.find("BayerRG12p (BayerRG12p 40 x 30): 2 frames in "), std::string::npos) << result.out;
   EXPECT_EQ(result.out.find("written"), std::string::npos) << result.out;
   EXPECT_EQ(std::distance(fs::directory_iterator(folder_), fs::directory_iterator()), 3);  // config, out, err
 }
