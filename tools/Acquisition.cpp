@@ -5,37 +5,46 @@
 
 namespace lmmocktl {
 
-Acquisition::Acquisition(const GenTLLibrary& gentl, DEV_HANDLE device, const std::string& streamId,
-                         unsigned bufferCount, std::size_t payloadSize)
-    : gentl_(gentl) {
+Acquisition::Acquisition(const GenTLLibrary& gentl, DEV_HANDLE device, const std::string& streamId) : gentl_(gentl) {
   gentl_.check(gentl_.DevOpenDataStream(device, streamId.c_str(), &stream_), "DevOpenDataStream(" + streamId + ")");
-  try {
-    auto streamInfo = [this](STREAM_INFO_CMD command) {
-      return [this, command](INFO_DATATYPE* type, void* buffer, size_t* size) {
-        return gentl_.DSGetInfo(stream_, command, type, buffer, size);
-      };
+}
+
+void Acquisition::announce(unsigned bufferCount, std::size_t payloadSize,
+                           const std::vector<std::size_t>& segmentSizes) {
+  auto streamInfo = [this](STREAM_INFO_CMD command) {
+    return [this, command](INFO_DATATYPE* type, void* buffer, size_t* size) {
+      return gentl_.DSGetInfo(stream_, command, type, buffer, size);
     };
-    bool8_t defined = 1;
-    try {
-      defined = infoValue<bool8_t>(gentl_, streamInfo(STREAM_INFO_DEFINES_PAYLOADSIZE), "DSGetInfo");
-    } catch (const ToolError&) {
-    }
-    payloadSize_ =
-        defined != 0 ? infoValue<size_t>(gentl_, streamInfo(STREAM_INFO_PAYLOAD_SIZE), "DSGetInfo") : payloadSize;
-    if (payloadSize_ == 0) throw ToolError("stream " + streamId + " reports a payload size of 0");
-    buffers_.reserve(bufferCount);
-    for (unsigned i = 0; i < bufferCount; ++i) {
-      BUFFER_HANDLE buffer = nullptr;
+  };
+  bool8_t defined = 1;
+  try {
+    defined = infoValue<bool8_t>(gentl_, streamInfo(STREAM_INFO_DEFINES_PAYLOADSIZE), "DSGetInfo");
+  } catch (const ToolError&) {
+  }
+  payloadSize_ =
+      defined != 0 ? infoValue<size_t>(gentl_, streamInfo(STREAM_INFO_PAYLOAD_SIZE), "DSGetInfo") : payloadSize;
+  if (payloadSize_ == 0) throw ToolError("the stream reports a payload size of 0");
+  buffers_.reserve(bufferCount);
+  for (unsigned i = 0; i < bufferCount; ++i) {
+    BUFFER_HANDLE buffer = nullptr;
+    if (segmentSizes.empty()) {
       gentl_.check(gentl_.DSAllocAndAnnounceBuffer(stream_, payloadSize_, nullptr, &buffer),
                    "DSAllocAndAnnounceBuffer");
-      buffers_.push_back(buffer);
-      gentl_.check(gentl_.DSQueueBuffer(stream_, buffer), "DSQueueBuffer");
+    } else {
+      std::vector<void*> bases;
+      std::vector<size_t> sizes(segmentSizes.begin(), segmentSizes.end());
+      for (std::size_t size : segmentSizes) {
+        segments_.emplace_back(size);
+        bases.push_back(segments_.back().data());
+      }
+      gentl_.check(
+          gentl_.DSAnnounceCompositeBuffer(stream_, sizes.size(), bases.data(), sizes.data(), nullptr, &buffer),
+          "DSAnnounceCompositeBuffer");
     }
-    gentl_.check(gentl_.GCRegisterEvent(stream_, EVENT_NEW_BUFFER, &newBuffer_), "GCRegisterEvent");
-  } catch (...) {
-    release();
-    throw;
+    buffers_.push_back(buffer);
+    gentl_.check(gentl_.DSQueueBuffer(stream_, buffer), "DSQueueBuffer");
   }
+  gentl_.check(gentl_.GCRegisterEvent(stream_, EVENT_NEW_BUFFER, &newBuffer_), "GCRegisterEvent");
 }
 
 Acquisition::~Acquisition() { release(); }
@@ -50,6 +59,7 @@ void Acquisition::release() {
   gentl_.DSFlushQueue(stream_, ACQ_QUEUE_ALL_DISCARD);
   for (BUFFER_HANDLE buffer : buffers_) gentl_.DSRevokeBuffer(stream_, buffer, nullptr, nullptr);
   buffers_.clear();
+  segments_.clear();
   if (newBuffer_ != nullptr) gentl_.GCUnregisterEvent(stream_, EVENT_NEW_BUFFER);
   newBuffer_ = nullptr;
   gentl_.DSClose(stream_);

@@ -29,10 +29,8 @@ class Acquisition {
     bool incomplete = false;
   };
 
-  // Opens stream `streamId` of `device` and announces and queues `bufferCount` buffers of the
-  // stream's payload size (or `payloadSize` when the stream does not define it). Throws ToolError.
-  Acquisition(const GenTLLibrary& gentl, DEV_HANDLE device, const std::string& streamId, unsigned bufferCount,
-              std::size_t payloadSize);
+  // Opens stream `streamId` of `device`. Throws ToolError.
+  Acquisition(const GenTLLibrary& gentl, DEV_HANDLE device, const std::string& streamId);
   ~Acquisition();
   Acquisition(const Acquisition&) = delete;
   Acquisition& operator=(const Acquisition&) = delete;
@@ -40,6 +38,10 @@ class Acquisition {
   DS_HANDLE stream() const { return stream_; }
   std::size_t payloadSize() const { return payloadSize_; }
 
+  // Announces and queues `bufferCount` buffers of the stream's payload size (or `payloadSize` when
+  // the stream does not define it) and registers the new-buffer event. With `segmentSizes`, each
+  // buffer is instead a composite buffer of those segments, held here. Throws ToolError.
+  void announce(unsigned bufferCount, std::size_t payloadSize, const std::vector<std::size_t>& segmentSizes = {});
   // Starts acquiring `count` frames (0: until stopped).
   void start(std::uint64_t count);
   // Waits up to `timeoutMs` for the next filled buffer. Throws ToolError on a timeout.
@@ -65,6 +67,7 @@ class Acquisition {
   DS_HANDLE stream_ = nullptr;
   std::size_t payloadSize_ = 0;
   std::vector<BUFFER_HANDLE> buffers_;
+  std::vector<std::vector<std::uint8_t>> segments_;  // composite buffers' memory, revoked before freed
   EVENT_HANDLE newBuffer_ = nullptr;
   bool started_ = false;
 };

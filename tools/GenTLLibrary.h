@@ -65,6 +65,7 @@ class GenTLLibrary {
   X(DevGetInfo)                   \
   X(DevClose)                     \
   X(DSAllocAndAnnounceBuffer)     \
+  X(DSAnnounceCompositeBuffer)    \
   X(DSFlushQueue)                 \
   X(DSStartAcquisition)           \
   X(DSStopAcquisition)            \

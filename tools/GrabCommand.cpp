@@ -79,6 +79,7 @@ std::vector<std::filesystem::path> writeFrame(const Acquisition::Frame& frame, c
     if (!file) throw ToolError("cannot write " + path.string());
     written.push_back(path);
   }
+  if (frame.payloadType == PAYLOAD_TYPE_GENDC && raw) return written;
   if (frame.payloadType != PAYLOAD_TYPE_IMAGE && frame.payloadType != PAYLOAD_TYPE_UNKNOWN) {
     throw ToolError("frame " + std::to_string(frame.frameId) + " of " + streamId + " has payload type " +
                     std::to_string(frame.payloadType) + ", which grab does not write as PNG");
@@ -120,7 +121,8 @@ StreamResult grabStream(const GenTLLibrary& gentl, DEV_HANDLE device, const GenT
     } catch (const std::exception&) {
     }
   }
-  Acquisition acquisition(gentl, device, streamId, options.buffers, fallbackPayload);
+  Acquisition acquisition(gentl, device, streamId);
+  acquisition.announce(options.buffers, fallbackPayload);
   // GenTL consumers lock the transport layer parameters while grabbing.
   const bool lockable = remote != nullptr && arv_gc_get_node(remote->genicam(), "TLParamsLocked") != nullptr;
   if (lockable) FeaturesCommand::apply(*remote, "TLParamsLocked=1", true);
@@ -259,11 +261,12 @@ int GrabCommand::run(const GenTLLibrary& gentl, CommandLine& line) {
     }
     const StreamResult result = grabStream(gentl, device, remote.get(), streamId, options);
     const double seconds = result.seconds > 0 ? result.seconds : 1e-9;
-    std::printf("%s (%s): %llu frames in %.2f s, %.1f frames/s, %.1f MB/s, frame ids %llu to %llu, %llu underrun%s\n",
-                streamId.c_str(), result.format.c_str(), static_cast<unsigned long long>(result.frames), result.seconds,
-                static_cast<double>(result.frames) / seconds, static_cast<double>(result.bytes) / seconds / 1e6,
-                static_cast<unsigned long long>(result.firstId), static_cast<unsigned long long>(result.lastId),
-                static_cast<unsigned long long>(result.underruns), result.underruns == 1 ? "" : "s");
+    std::printf("%s (%s): %llu frame%s in %.2f s, %.1f frames/s, %.1f MB/s, frame ids %llu to %llu, %llu underrun%s\n",
+                streamId.c_str(), result.format.c_str(), static_cast<unsigned long long>(result.frames),
+                result.frames == 1 ? "" : "s", result.seconds, static_cast<double>(result.frames) / seconds,
+                static_cast<double>(result.bytes) / seconds / 1e6, static_cast<unsigned long long>(result.firstId),
+                static_cast<unsigned long long>(result.lastId), static_cast<unsigned long long>(result.underruns),
+                result.underruns == 1 ? "" : "s");
     std::fflush(stdout);
     files.insert(files.end(), result.files.begin(), result.files.end());
   }

@@ -5,6 +5,8 @@
 
 namespace lmmocktl {
 
+// `lmmocktl record`: records the GenDC containers of a stream, flow by flow, into stream files (an
+// InfoFile and numbered data files) that a stream configured with StreamFilePath replays.
 class RecordCommand {
  public:
   static const char* help();

@@ -306,4 +306,48 @@ TEST_F(LmMockTLCommand, GrabWithoutOutOnlyCountsEveryStream) {
   EXPECT_EQ(std::distance(fs::directory_iterator(folder_), fs::directory_iterator()), 3);  // config, out, err
 }
 
+std::string fileBytes(const fs::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+// Recorded containers come back byte for byte from a stream configured with StreamFilePath.
+TEST_F(LmMockTLCommand, RecordedStreamFilesReplayThroughStreamFilePath) {
+  const CliRun record = run({"record", "Cam0", "--stream", "Mono8", "--out", "rec/take.info", "--count", "4",
+                             "--frames-per-file", "3", "Width=32", "Height=8"});
+  if (record.err.find("not GenDC containers") != std::string::npos ||
+      record.err.find("delivers no GenDC flows") != std::string::npos) {
+    GTEST_SKIP() << "the producer streams no GenDC containers: " << record.err;
+  }
+  ASSERT_EQ(record.exitCode, 0) << record.err;
+  EXPECT_NE(record.out.find("Mono8: 4 containers of 1 flow"), std::string::npos) << record.out;
+  EXPECT_NE(record.out.find("recorded into rec/take.info and 2 data files beside it"), std::string::npos) << record.out;
+  const std::string recorded =
+      fileBytes(folder_ / "rec" / "take-000000.gdcs") + fileBytes(folder_ / "rec" / "take-000001.gdcs");
+  ASSERT_FALSE(recorded.empty());
+
+  const fs::path replay = folder_ / "replay.json";
+  std::ofstream(replay) << R"({"ID": "Replay", "Interfaces": [{"ID": "Bench", "Devices": [{"ID": "Player",
+      "Streams": [{"ID": "Replay", "StreamFilePath": ")"
+                        << (folder_ / "rec" / "take.info").string() << R"("}]}]}]})";
+  const CliRun source = CliRun::run({"features", "Player", "StreamingDataSource"}, folder_, replay);
+  ASSERT_EQ(source.exitCode, 0) << source.err;
+  EXPECT_EQ(source.out, "StreamingDataSource = StreamFile\n");
+  const CliRun grab = CliRun::run(
+      {"grab", "Player", "--count", "4", "--out", "replayed", "--raw", "GenDCStreamingMode=On"}, folder_, replay);
+  ASSERT_EQ(grab.exitCode, 0) << grab.err;
+  for (int frame = 0; frame < 4; ++frame) {
+    const std::string replayed = fileBytes(folder_ / "replayed" / ("Replay-00000" + std::to_string(frame) + ".raw"));
+    ASSERT_FALSE(replayed.empty()) << frame;
+    EXPECT_NE(recorded.find(replayed), std::string::npos) << "replayed frame " << frame << " was not recorded";
+  }
+}
+
+TEST_F(LmMockTLCommand, RecordRefusesAStreamWithoutGenDCContainersAndLeavesNoFiles) {
+  const CliRun record = run({"record", "Cam0", "--out", "rec/take.info", "--count", "2", "GenDCStreamingMode=Off"});
+  EXPECT_EQ(record.exitCode, 1);
+  EXPECT_EQ(record.err, "lmmocktl: stream Mono8 delivers payload type 1, not GenDC containers (11)\n");
+  EXPECT_FALSE(fs::exists(folder_ / "rec" / "take.info"));
+}
+
 }  // namespace
