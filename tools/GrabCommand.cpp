@@ -13,6 +13,7 @@
 
 #include "tools/Acquisition.h"
 #include "tools/FeaturesCommand.h"
+#include "tools/GenDcContainerView.h"
 #include "tools/GenTLArvDevice.h"
 #include "tools/PngFile.h"
 #include "tools/ProducerSession.h"
@@ -67,6 +68,27 @@ std::string fileStem(const std::string& streamId, std::uint64_t frameId) {
   return stem;
 }
 
+// A GenDC container's image parts, each as <stem>-c<component>p<part>.png.
+std::vector<std::filesystem::path> writeContainerParts(const Acquisition::Frame& frame, const std::string& streamId,
+                                                       const std::filesystem::path& folder) {
+  std::vector<std::filesystem::path> written;
+  const std::string stem = fileStem(streamId, frame.frameId);
+  try {
+    const GenDcContainerView container(frame.base + frame.imageOffset, frame.sizeFilled - frame.imageOffset);
+    for (const GenDcContainerView::ImagePart& part : container.imageParts()) {
+      const UnpackedImage image =
+          UnpackedImage::unpack(part.pixelFormat, part.data, part.dataSize, part.width, part.height, part.paddingX);
+      const std::filesystem::path path =
+          folder / (stem + "-c" + std::to_string(part.component) + "p" + std::to_string(part.part) + ".png");
+      PngFile::write(path, image);
+      written.push_back(path);
+    }
+  } catch (const std::exception& failure) {
+    throw ToolError(streamId + " frame " + std::to_string(frame.frameId) + ": " + failure.what());
+  }
+  return written;
+}
+
 // Writes the frame's image as PNG (and its bytes as .raw when asked); returns the files written.
 std::vector<std::filesystem::path> writeFrame(const Acquisition::Frame& frame, const std::string& streamId,
                                               const std::filesystem::path& folder, bool raw) {
@@ -79,7 +101,10 @@ std::vector<std::filesystem::path> writeFrame(const Acquisition::Frame& frame, c
     if (!file) throw ToolError("cannot write " + path.string());
     written.push_back(path);
   }
-  if (frame.payloadType == PAYLOAD_TYPE_GENDC && raw) return written;
+  if (frame.payloadType == PAYLOAD_TYPE_GENDC) {
+    for (const auto& path : writeContainerParts(frame, streamId, folder)) written.push_back(path);
+    return written;
+  }
   if (frame.payloadType != PAYLOAD_TYPE_IMAGE && frame.payloadType != PAYLOAD_TYPE_UNKNOWN) {
     throw ToolError("frame " + std::to_string(frame.frameId) + " of " + streamId + " has payload type " +
                     std::to_string(frame.payloadType) + ", which grab does not write as PNG");
@@ -186,7 +211,8 @@ const char* GrabCommand::help() {
          "Sets the features (in order, on the camera), grabs N frames from the stream and, with\n"
          "--out, writes each as a PNG file <stream>-<frame id>.png: 8-bit gray for 8-bit mono and\n"
          "Bayer (the mosaic as it is), 16-bit gray for 10- to 16-bit mono and Bayer with the values\n"
-         "kept, RGB for colour; packed formats are unpacked. Prints a summary per stream and the\n"
+         "kept, RGB for colour; packed formats are unpacked; GenDC containers are split into their\n"
+         "image parts, <stream>-<frame id>-c<component>p<part>.png. Prints a summary per stream and the\n"
          "files written.\n"
          "\n"
          "  DEVICE        a device id, or INTERFACE/DEVICE; the first device when left out\n"

@@ -1,7 +1,10 @@
 # lmmocktl run as a user runs it, against the built LmMockTL.cti, with its output files checked.
 add_executable(lmmocktl_cli_tests
   "${CMAKE_CURRENT_LIST_DIR}/CliRun.cpp"
+  "${CMAKE_CURRENT_LIST_DIR}/GenDcContainerViewTest.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/LmMockTLCommandTest.cpp"
+  "${CMAKE_CURRENT_LIST_DIR}/UnpackedImageTest.cpp"
+  "${PROJECT_SOURCE_DIR}/tools/GenDcContainerView.cpp"
   "${PROJECT_SOURCE_DIR}/tools/PngFile.cpp"
   "${PROJECT_SOURCE_DIR}/tools/UnpackedImage.cpp")
 target_link_libraries(lmmocktl_cli_tests PRIVATE PkgConfig::LMMOCKTL_PNG lmmocktl_warnings GTest::gtest_main)
