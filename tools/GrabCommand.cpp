@@ -6,16 +6,15 @@
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "tools/Acquisition.h"
 #include "tools/FeaturesCommand.h"
-#include "tools/GenDcContainerView.h"
+#include "tools/FrameWriter.h"
 #include "tools/GenTLArvDevice.h"
-#include "tools/PngFile.h"
 #include "tools/ProducerSession.h"
 #include "tools/ToolError.h"
 #include "tools/UnpackedImage.h"
@@ -58,74 +57,6 @@ class ProgressBar {
   bool shown_;
 };
 
-std::string fileStem(const std::string& streamId, std::uint64_t frameId) {
-  char number[32];
-  std::snprintf(number, sizeof(number), "%06llu", static_cast<unsigned long long>(frameId));
-  std::string stem = streamId + "-" + number;
-  for (char& c : stem) {
-    if (c == '/' || c == '\\' || c == ':') c = '_';
-  }
-  return stem;
-}
-
-// A GenDC container's image parts, each as <stem>-c<component>p<part>.png.
-std::vector<std::filesystem::path> writeContainerParts(const Acquisition::Frame& frame, const std::string& streamId,
-                                                       const std::filesystem::path& folder) {
-  std::vector<std::filesystem::path> written;
-  const std::string stem = fileStem(streamId, frame.frameId);
-  try {
-    const GenDcContainerView container(frame.base + frame.imageOffset, frame.sizeFilled - frame.imageOffset);
-    for (const GenDcContainerView::ImagePart& part : container.imageParts()) {
-      const UnpackedImage image =
-          UnpackedImage::unpack(part.pixelFormat, part.data, part.dataSize, part.width, part.height, part.paddingX);
-      const std::filesystem::path path =
-          folder / (stem + "-c" + std::to_string(part.component) + "p" + std::to_string(part.part) + ".png");
-      PngFile::write(path, image);
-      written.push_back(path);
-    }
-  } catch (const std::exception& failure) {
-    throw ToolError(streamId + " frame " + std::to_string(frame.frameId) + ": " + failure.what());
-  }
-  return written;
-}
-
-// Writes the frame's image as PNG (and its bytes as .raw when asked); returns the files written.
-std::vector<std::filesystem::path> writeFrame(const Acquisition::Frame& frame, const std::string& streamId,
-                                              const std::filesystem::path& folder, bool raw) {
-  std::vector<std::filesystem::path> written;
-  const std::string stem = fileStem(streamId, frame.frameId);
-  if (raw) {
-    const std::filesystem::path path = folder / (stem + ".raw");
-    std::ofstream file(path, std::ios::binary);
-    file.write(reinterpret_cast<const char*>(frame.base), static_cast<std::streamsize>(frame.sizeFilled));
-    if (!file) throw ToolError("cannot write " + path.string());
-    written.push_back(path);
-  }
-  if (frame.payloadType == PAYLOAD_TYPE_GENDC) {
-    for (const auto& path : writeContainerParts(frame, streamId, folder)) written.push_back(path);
-    return written;
-  }
-  if (frame.payloadType != PAYLOAD_TYPE_IMAGE && frame.payloadType != PAYLOAD_TYPE_UNKNOWN) {
-    throw ToolError("frame " + std::to_string(frame.frameId) + " of " + streamId + " has payload type " +
-                    std::to_string(frame.payloadType) + ", which grab does not write as PNG");
-  }
-  if (frame.imageOffset > frame.sizeFilled) throw ToolError("the image offset lies beyond the filled bytes");
-  UnpackedImage image;
-  try {
-    image = UnpackedImage::unpack(static_cast<std::uint32_t>(frame.pixelFormat), frame.base + frame.imageOffset,
-                                  frame.sizeFilled - frame.imageOffset, static_cast<std::uint32_t>(frame.width),
-                                  static_cast<std::uint32_t>(frame.height), static_cast<std::uint32_t>(frame.paddingX));
-    const std::filesystem::path path = folder / (stem + ".png");
-    PngFile::write(path, image);
-    written.push_back(path);
-  } catch (const ToolError&) {
-    throw;
-  } catch (const std::exception& failure) {
-    throw ToolError(streamId + " frame " + std::to_string(frame.frameId) + ": " + failure.what());
-  }
-  return written;
-}
-
 struct StreamResult {
   std::uint64_t frames = 0;
   std::uint64_t bytes = 0;
@@ -133,6 +64,7 @@ struct StreamResult {
   std::uint64_t lastId = 0;
   std::uint64_t underruns = 0;
   double seconds = 0;
+  double framesPerSecond = 0;
   std::string format;  // "Mono8 1920 x 1080" from the last frame
   std::vector<std::filesystem::path> files;
 };
@@ -153,27 +85,43 @@ StreamResult grabStream(const GenTLLibrary& gentl, DEV_HANDLE device, const GenT
   if (lockable) FeaturesCommand::apply(*remote, "TLParamsLocked=1", true);
 
   StreamResult result;
+  // A few frames wait in memory while the files are written; a slower disk shows as underruns.
+  std::optional<FrameWriter> writer;
+  if (options.out) writer.emplace(*options.out, options.raw, 8);
   ProgressBar progress(streamId, options.count);
   progress.update(0);
   const auto started = std::chrono::steady_clock::now();
+  auto firstArrival = started;
+  auto lastArrival = started;
   try {
     acquisition.start(options.count);
     for (std::uint64_t i = 0; i < options.count; ++i) {
       const Acquisition::Frame frame = acquisition.next(options.timeoutMs);
-      if (result.frames == 0) result.firstId = frame.frameId;
+      const auto arrived = std::chrono::steady_clock::now();
+      if (result.frames == 0) {
+        result.firstId = frame.frameId;
+        firstArrival = arrived;
+      }
+      lastArrival = arrived;
       result.lastId = frame.frameId;
       ++result.frames;
       result.bytes += frame.sizeFilled;
       result.format = UnpackedImage::formatName(static_cast<std::uint32_t>(frame.pixelFormat)).value_or("?") + " " +
                       std::to_string(frame.width) + " x " + std::to_string(frame.height);
-      if (options.out) {
-        for (auto& path : writeFrame(frame, streamId, *options.out, options.raw)) result.files.push_back(path);
-      }
+      if (writer) writer->push(frame, streamId);
       acquisition.requeue(frame);
       progress.update(result.frames);
     }
-    result.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
+    result.seconds = std::chrono::duration<double>(lastArrival - started).count();
+    // The rate is the camera's: frame intervals after the first frame, which comes at once.
+    if (result.frames > 1 && lastArrival > firstArrival) {
+      const double interval = std::chrono::duration<double>(lastArrival - firstArrival).count();
+      result.framesPerSecond = static_cast<double>(result.frames - 1) / interval;
+    } else if (result.seconds > 0) {
+      result.framesPerSecond = static_cast<double>(result.frames) / result.seconds;
+    }
     acquisition.stop();
+    if (writer) result.files = writer->finish();
   } catch (...) {
     if (lockable) {
       try {
@@ -286,11 +234,11 @@ int GrabCommand::run(const GenTLLibrary& gentl, CommandLine& line) {
       for (const std::string& word : words) FeaturesCommand::apply(*remote, word, true);
     }
     const StreamResult result = grabStream(gentl, device, remote.get(), streamId, options);
-    const double seconds = result.seconds > 0 ? result.seconds : 1e-9;
+    const double bytesPerFrame = result.frames > 0 ? static_cast<double>(result.bytes) / result.frames : 0;
     std::printf("%s (%s): %llu frame%s in %.2f s, %.1f frames/s, %.1f MB/s, frame ids %llu to %llu, %llu underrun%s\n",
                 streamId.c_str(), result.format.c_str(), static_cast<unsigned long long>(result.frames),
-                result.frames == 1 ? "" : "s", result.seconds, static_cast<double>(result.frames) / seconds,
-                static_cast<double>(result.bytes) / seconds / 1e6, static_cast<unsigned long long>(result.firstId),
+                result.frames == 1 ? "" : "s", result.seconds, result.framesPerSecond,
+                result.framesPerSecond * bytesPerFrame / 1e6, static_cast<unsigned long long>(result.firstId),
                 static_cast<unsigned long long>(result.lastId), static_cast<unsigned long long>(result.underruns),
                 result.underruns == 1 ? "" : "s");
     std::fflush(stdout);
