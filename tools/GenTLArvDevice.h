@@ -42,8 +42,9 @@ class GenTLArvDevice {
   // The feature node called `name`; throws std::runtime_error "unknown feature <name>" when the
   // description has none.
   ArvGcFeatureNode* feature(const std::string& name) const;
-  // Every feature below the "Root" category, depth first, in description order; categories
-  // themselves are left out.
+  // Every feature below the "Root" category, depth first, in description order, then the value
+  // features (enumerations, integers, floats, booleans, commands) no category lists; categories
+  // themselves and the registers behind the features are left out.
   std::vector<std::string> featureNames() const;
 
   // Value of a feature as text (enumerations by entry name). Throws std::runtime_error with

@@ -97,8 +97,18 @@ int ListCommand::run(const GenTLLibrary& gentl, CommandLine& line) {
     minor = infoValue<uint32_t>(gentl, tl(TL_INFO_GENTL_VER_MINOR), "GCGetInfo");
   } catch (const ToolError&) {
   }
-  std::printf("  GenTL %u.%u, id %s, name %s\n", major, minor, textOrDash(gentl, tl(TL_INFO_ID)).c_str(),
-              textOrDash(gentl, tl(TL_INFO_NAME)).c_str());
+  std::printf("  GenTL %u.%u, id %s, name %s, display name %s\n", major, minor,
+              textOrDash(gentl, tl(TL_INFO_ID)).c_str(), textOrDash(gentl, tl(TL_INFO_NAME)).c_str(),
+              textOrDash(gentl, tl(TL_INFO_DISPLAYNAME)).c_str());
+  int32_t encoding = -1;
+  try {
+    encoding = infoValue<int32_t>(gentl, tl(TL_INFO_CHAR_ENCODING), "GCGetInfo");
+  } catch (const ToolError&) {
+  }
+  std::printf("  file %s, text encoding %s\n", textOrDash(gentl, tl(TL_INFO_PATHNAME)).c_str(),
+              encoding == TL_CHAR_ENCODING_ASCII  ? "ASCII"
+              : encoding == TL_CHAR_ENCODING_UTF8 ? "UTF-8"
+                                                  : "-");
 
   ProducerSession session(gentl);
   const std::vector<std::string> interfaces = session.interfaceIds();
