@@ -7,7 +7,9 @@
 namespace lmmocktl {
 
 GenTLLibrary::GenTLLibrary(const std::string& path) : path_(path) {
-  handle_ = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+  // Kept mapped after dlclose: a producer may hold process-lifetime state (LmMockTL's handle
+  // registry) that leak checkers must still reach through its globals when the program ends.
+  handle_ = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
   if (handle_ == nullptr) {
     const char* reason = dlerror();
     throw ToolError("cannot load " + path + ": " + (reason != nullptr ? reason : "unknown reason"));

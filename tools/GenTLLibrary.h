@@ -70,6 +70,7 @@ class GenTLLibrary {
   X(DSStartAcquisition)           \
   X(DSStopAcquisition)            \
   X(DSGetInfo)                    \
+  X(DSGetBufferID)                \
   X(DSClose)                      \
   X(DSRevokeBuffer)               \
   X(DSQueueBuffer)                \

@@ -2,12 +2,10 @@
 add_executable(lmmocktl_cli_tests
   "${CMAKE_CURRENT_LIST_DIR}/CliRun.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/GenDcContainerViewTest.cpp"
+  "${CMAKE_CURRENT_LIST_DIR}/GenTLArvDeviceTest.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/LmMockTLCommandTest.cpp"
-  "${CMAKE_CURRENT_LIST_DIR}/UnpackedImageTest.cpp"
-  "${PROJECT_SOURCE_DIR}/tools/GenDcContainerView.cpp"
-  "${PROJECT_SOURCE_DIR}/tools/PngFile.cpp"
-  "${PROJECT_SOURCE_DIR}/tools/UnpackedImage.cpp")
-target_link_libraries(lmmocktl_cli_tests PRIVATE PkgConfig::LMMOCKTL_PNG lmmocktl_warnings GTest::gtest_main)
+  "${CMAKE_CURRENT_LIST_DIR}/UnpackedImageTest.cpp")
+target_link_libraries(lmmocktl_cli_tests PRIVATE lmmocktl_consumer lmmocktl_warnings GTest::gtest_main)
 target_include_directories(lmmocktl_cli_tests PRIVATE "${PROJECT_SOURCE_DIR}" "${CMAKE_CURRENT_SOURCE_DIR}")
 target_compile_definitions(lmmocktl_cli_tests PRIVATE
   LMMOCKTL_CLI_PATH="$<TARGET_FILE:lmmocktl>"
