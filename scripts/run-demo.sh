@@ -22,6 +22,9 @@ echo
 echo "\$ lmmocktl list"
 "$lmmocktl" list
 echo
+echo "\$ lmmocktl features SourceSelector=Source3 PixelFormat Width Height PayloadSize"
+"$lmmocktl" features SourceSelector=Source3 PixelFormat Width Height PayloadSize
+echo
 echo "\$ lmmocktl grab --stream all --count 3 --out demo-output"
 "$lmmocktl" grab --stream all --count 3 --out "$out"
 echo
