@@ -12,7 +12,8 @@ namespace lmmocktl {
 // One data stream of an open device, acquiring the way GenTL consumers do: buffers allocated by
 // the producer and queued, the new-buffer event registered, then DSStartAcquisition. Each frame is
 // taken with next() and handed back with requeue(). Destruction stops the acquisition and
-// releases the buffers, the event and the stream.
+// releases the buffers, the event and the stream. A Frame's bytes belong to the producer's buffer
+// and are valid until requeue(). One thread uses it.
 class Acquisition {
  public:
   struct Frame {

@@ -10,7 +10,8 @@
 namespace lmmocktl {
 
 // The system module of a loaded producer with the interfaces and devices a command opens. Closes
-// what it opened, devices first, when destroyed.
+// what it opened, devices first, when destroyed. The handles it returns stay its own. One thread
+// uses it.
 class ProducerSession {
  public:
   struct DeviceEntry {

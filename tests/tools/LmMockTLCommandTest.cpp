@@ -311,16 +311,28 @@ std::string fileBytes(const fs::path& path) {
   return {std::istreambuf_iterator<char>(file), {}};
 }
 
-// Recorded containers come back byte for byte from a stream configured with StreamFilePath.
-TEST_F(LmMockTLCommand, RecordedStreamFilesReplayThroughStreamFilePath) {
-  const CliRun record = run({"record", "Cam0", "--stream", "Mono8", "--out", "rec/take.info", "--count", "4",
-                             "--frames-per-file", "3", "Width=32", "Height=8"});
+struct RecordCase {
+  const char* mapping;  // GenDCFlowMappingConfiguration
+  const char* flows;    // as the summary counts them
+};
+
+void PrintTo(const RecordCase& c, std::ostream* out) { *out << c.mapping; }
+
+class LmMockTLRecord : public LmMockTLCommand, public ::testing::WithParamInterface<RecordCase> {};
+
+// Recorded containers come back byte for byte from a stream configured with StreamFilePath,
+// whether the camera sent them in one flow or split into several (composite buffers).
+TEST_P(LmMockTLRecord, RecordedStreamFilesReplayThroughStreamFilePath) {
+  const CliRun record =
+      run({"record", "Cam0", "--stream", "Mono8", "--out", "rec/take.info", "--count", "4", "--frames-per-file", "3",
+           "Width=32", "Height=8", std::string("GenDCFlowMappingConfiguration=") + GetParam().mapping});
   if (record.err.find("not GenDC containers") != std::string::npos ||
       record.err.find("delivers no GenDC flows") != std::string::npos) {
     GTEST_SKIP() << "the producer streams no GenDC containers: " << record.err;
   }
   ASSERT_EQ(record.exitCode, 0) << record.err;
-  EXPECT_NE(record.out.find("Mono8: 4 containers of 1 flow"), std::string::npos) << record.out;
+  EXPECT_NE(record.out.find(std::string("Mono8: 4 containers of ") + GetParam().flows + " ("), std::string::npos)
+      << record.out;
   EXPECT_NE(record.out.find("recorded into rec/take.info and 2 data files beside it"), std::string::npos) << record.out;
   const std::string recorded =
       fileBytes(folder_ / "rec" / "take-000000.gdcs") + fileBytes(folder_ / "rec" / "take-000001.gdcs");
@@ -342,6 +354,10 @@ TEST_F(LmMockTLCommand, RecordedStreamFilesReplayThroughStreamFilePath) {
     EXPECT_NE(recorded.find(replayed), std::string::npos) << "replayed frame " << frame << " was not recorded";
   }
 }
+
+INSTANTIATE_TEST_SUITE_P(FlowMappings, LmMockTLRecord,
+                         ::testing::Values(RecordCase{"SingleFlow", "1 flow"}, RecordCase{"MultipleFlow", "2 flows"}),
+                         [](const ::testing::TestParamInfo<RecordCase>& info) { return info.param.mapping; });
 
 TEST_F(LmMockTLCommand, RecordRefusesAStreamWithoutGenDCContainersAndLeavesNoFiles) {
   const CliRun record = run({"record", "Cam0", "--out", "rec/take.info", "--count", "2", "GenDCStreamingMode=Off"});
