@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <vector>
 
+#include "tools/Acquisition.h"
 #include "tools/ToolError.h"
 
 namespace lmmocktl {
@@ -125,7 +126,7 @@ int FeaturesCommand::run(const GenTLLibrary& gentl, CommandLine& line) {
   }
 
   PORT_HANDLE port = session.system();
-  DS_HANDLE stream = nullptr;
+  std::unique_ptr<Acquisition> stream;  // only opened, never started: its port is wanted
   if (module != "system") {
     const ProducerSession::DeviceEntry entry = session.findDevice(deviceName);
     if (module == "interface") {
@@ -139,31 +140,24 @@ int FeaturesCommand::run(const GenTLLibrary& gentl, CommandLine& line) {
         const std::vector<std::string> streams = session.streamIds(device);
         if (streams.empty()) throw ToolError("device " + entry.deviceId + " has no data stream");
         const std::string id = streamId.value_or(streams.front());
-        gentl.check(gentl.DevOpenDataStream(device, id.c_str(), &stream), "DevOpenDataStream(" + id + ")");
-        port = stream;
+        stream = std::make_unique<Acquisition>(gentl, device, id);
+        port = stream->stream();
       }
     }
   }
 
-  int result = 0;
+  std::unique_ptr<GenTLArvDevice> features;
   try {
-    std::unique_ptr<GenTLArvDevice> features;
-    try {
-      features = std::make_unique<GenTLArvDevice>(portFunctions(gentl), port);
-    } catch (const std::exception& failure) {
-      throw ToolError(failure.what());
-    }
-    if (words.empty()) {
-      listFeatures(*features);
-    } else {
-      for (const std::string& word : words) apply(*features, word, false);
-    }
-  } catch (...) {
-    if (stream != nullptr) gentl.DSClose(stream);
-    throw;
+    features = std::make_unique<GenTLArvDevice>(portFunctions(gentl), port);
+  } catch (const std::exception& failure) {
+    throw ToolError(failure.what());
   }
-  if (stream != nullptr) gentl.DSClose(stream);
-  return result;
+  if (words.empty()) {
+    listFeatures(*features);
+  } else {
+    for (const std::string& word : words) apply(*features, word, false);
+  }
+  return 0;
 }
 
 }  // namespace lmmocktl
