@@ -78,8 +78,8 @@ std::vector<Flow> flowsOf(const GenTLLibrary& gentl, const Acquisition& acquisit
   }
   std::uint64_t offset = 0;
   for (std::uint64_t size : layout.sizes) {
-    if (offset + size > frame.sizeFilled && offset + size > acquisition.payloadSize()) {
-      throw ToolError("frame " + std::to_string(frame.frameId) + " holds fewer bytes than its flows");
+    if (offset + size > acquisition.payloadSize()) {
+      throw ToolError("frame " + std::to_string(frame.frameId) + "'s buffer is smaller than its flows");
     }
     flows.push_back({frame.base + offset, size});
     offset += size;
