@@ -89,7 +89,12 @@ std::shared_ptr<Resource> makeResource(const char* where, Make make, void* priva
 DataStream::DataStream(const std::shared_ptr<Module>& device, StreamConfiguration configuration)
     : SpecificModule(device), configuration_(std::move(configuration)) {
   if (configuration_.isStreamFile) {
-    openRecording();
+    try {
+      openRecording();
+    } catch (const GenericException& failure) {
+      // Kept for the consumer who opens this stream: the device and its other streams stay usable.
+      recordingFailure_ = failure;
+    }
   }
   initRegisterMap();
   initEvents();
@@ -137,6 +142,9 @@ void DataStream::open() {
   std::lock_guard lock(moduleMutex());
   if (open_) {
     throw GenericException(GC_ERR_RESOURCE_IN_USE, "lumo::mockTL::DataStream::open", "ds already open");
+  }
+  if (recordingFailure_) {
+    throw *recordingFailure_;
   }
   open_ = true;
 }

@@ -17,6 +17,7 @@
 #include "gendc/ContainerLayout.h"
 #include "gendc/StreamSettings.h"
 #include "gentl/GenTL.h"
+#include "gentl/GenericException.h"
 #include "module/Module.h"
 #include "source/ContainerReader.h"
 #include "source/GeneratedSource.h"
@@ -58,15 +59,16 @@ class DataStream final : public SpecificModule<void*>,
   static constexpr std::uint64_t kMinimumAnnouncedBuffers = 3;
 
   // Must be owned by a std::shared_ptr: buffers are announced with a reference to it. A record
-  // that names a stream file opens its recording here; throws the recording's failure
-  // (GenericException with the reader's status and text) when it cannot be replayed.
+  // that names a stream file opens its recording here; when it cannot be replayed, the failure
+  // (the reader's status and text) is what open() throws.
   DataStream(const std::shared_ptr<Module>& device, StreamConfiguration configuration);
   ~DataStream() override;
 
   const std::string& id() const { return configuration_.id; }
 
-  // Marks the stream open; GC_ERR_RESOURCE_IN_USE when it already is. Nothing opens it twice:
-  // neither close nor the device's close clears the flag.
+  // Marks the stream open; GC_ERR_RESOURCE_IN_USE when it already is, and the recording's
+  // failure when its stream file could not be opened. Nothing opens it twice: neither close nor
+  // the device's close clears the flag.
   void open();
   bool isOpen() const { return open_; }
   bool isGrabbing() const override { return grabbing_; }
@@ -216,6 +218,7 @@ class DataStream final : public SpecificModule<void*>,
   // The replayed stream file; set at construction, never changed. Its frames are read by the
   // acquisition thread alone.
   std::unique_ptr<ContainerReader> recording_;
+  std::optional<error::GenericException> recordingFailure_;
 
   // Underruns are reported on standard error, never counted: consumers read 0 here.
   static constexpr std::uint64_t kUnderrunCount = 0;

@@ -1,0 +1,303 @@
+// Stream-file replay end to end: a recording made with the stream file writer, named by a
+// stream's "StreamFilePath", replayed through the built LmMockTL.cti into composite buffers as a
+// GenDC consumer receives it. What these protect is that every delivered segment holds its flow of
+// the right flow set byte for byte, that the stream reports the recording's flows, table and
+// descriptor, and that broken recordings reach the consumer as clear failures, never as a crash.
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "source/LmRInfoFile.h"
+#include "source/StreamFileWriter.h"
+#include "support/LittleEndian.h"
+#include "support/StreamSession.h"
+
+namespace {
+
+using lumo::mockTL::GenDc::test::expectFields;
+using lumo::mockTL::GenDc::test::readField;
+using lumo::mockTL::LmR::Flow;
+using lumo::mockTL::LmR::InfoFile;
+using lumo::mockTL::LmR::StreamFileWriter;
+using testing_support::ScopedVariable;
+using testing_support::StreamSession;
+using testing_support::TemporaryDirectory;
+
+const std::vector<std::uint64_t> kFlowSizes = {32, 1000, 500};
+constexpr std::uint64_t kFlowSets = 5;
+
+// Camera registers.
+constexpr std::uint64_t kSleepBetweenFrames = 0x60;
+constexpr std::uint64_t kGenDCStreamingStatus = 0x30004;
+constexpr std::uint64_t kGenDCDescriptorSize = 0x30010;
+constexpr std::uint64_t kStreamingDataSource = 0x30028;
+constexpr std::uint64_t kStreamFileStartFrameId = 0x3002C;
+constexpr std::uint64_t kStreamFileMaxFrameId = 0x30034;
+constexpr std::uint64_t kGenDCDescriptor = 0x32000;
+
+// Byte `offset` of flow `flow` of flow set `set`: every flow of every set differs from the others.
+std::uint8_t recordedByte(std::uint64_t set, std::uint64_t flow, std::uint64_t offset) {
+  return static_cast<std::uint8_t>(set * 53 + flow * 17 + offset * 3 + 1);
+}
+
+std::vector<std::uint8_t> recordedFlow(std::uint64_t set, std::uint64_t flow) {
+  std::vector<std::uint8_t> bytes(kFlowSizes[flow]);
+  for (std::uint64_t offset = 0; offset < bytes.size(); ++offset) bytes[offset] = recordedByte(set, flow, offset);
+  return bytes;
+}
+
+std::vector<std::uint8_t> prefetchDescriptor() {
+  std::vector<std::uint8_t> bytes(24);
+  for (std::size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<std::uint8_t>(0xA0 + i);
+  return bytes;
+}
+
+class StreamFileReplay : public StreamSession {
+ protected:
+  // Records kFlowSets flow sets, two per data file, as "<dir>/rec/capture.info".
+  std::filesystem::path record(const std::vector<std::uint8_t>& descriptor = prefetchDescriptor()) {
+    const auto info = directory.path() / "rec" / "capture.info";
+    std::filesystem::create_directories(info.parent_path());
+    StreamFileWriter writer(info, kFlowSizes, descriptor, 2);
+    for (std::uint64_t set = 0; set < kFlowSets; ++set) {
+      std::vector<std::vector<std::uint8_t>> flows;
+      std::vector<Flow> views;
+      for (std::uint64_t flow = 0; flow < kFlowSizes.size(); ++flow) flows.push_back(recordedFlow(set, flow));
+      for (const auto& flow : flows) views.push_back({flow.data(), flow.size()});
+      writer.append(views);
+    }
+    writer.finish();
+    return info;
+  }
+
+  // A configuration whose one stream "Replay" replays `info`.
+  void configure(const std::filesystem::path& info) {
+    const std::string json = R"({"Interfaces": [{"ID": "Bench", "Devices": [{"ID": "Cam", "Streams": [
+        {"ID": "Replay", "StreamFilePath": ")" +
+                             info.string() + R"("}]}]}]})";
+    config.emplace("LMMOCKTL_CONFIG", directory.write("replay.json", json).string());
+  }
+
+  DS_HANDLE openReplay() {
+    const DS_HANDLE stream = openDeviceStream("Replay", "Bench", "Cam");
+    EXPECT_EQ(gentl.DevGetPort(device, &port), GC_ERR_SUCCESS);
+    write(kSleepBetweenFrames, 2000000);
+    return stream;
+  }
+
+  template <class T = std::uint32_t>
+  T read(std::uint64_t address) {
+    T value{};
+    size_t size = sizeof(value);
+    EXPECT_EQ(gentl.GCReadPort(port, address, &value, &size), GC_ERR_SUCCESS) << producer.lastError().second;
+    return value;
+  }
+  template <class T = std::uint32_t>
+  GC_ERROR write(std::uint64_t address, T value) {
+    size_t size = sizeof(value);
+    return gentl.GCWritePort(port, address, &value, &size);
+  }
+
+  // Composite buffers with one segment per flow of `sizes`, queued.
+  void announceComposite(DS_HANDLE stream, const std::vector<std::uint64_t>& sizes, int count) {
+    for (int b = 0; b < count; ++b) {
+      std::vector<void*> segments;
+      std::vector<size_t> segmentSizes;
+      for (const auto size : sizes) {
+        memory.emplace_back(size, 0xEE);
+        segments.push_back(memory.back().data());
+        segmentSizes.push_back(size);
+      }
+      BUFFER_HANDLE buffer = nullptr;
+      ASSERT_EQ(gentl.DSAnnounceCompositeBuffer(stream, segments.size(), segments.data(), segmentSizes.data(), nullptr,
+                                                &buffer),
+                GC_ERR_SUCCESS)
+          << producer.lastError().second;
+      ASSERT_EQ(gentl.DSQueueBuffer(stream, buffer), GC_ERR_SUCCESS);
+    }
+  }
+
+  std::vector<std::uint8_t> segmentBytes(DS_HANDLE stream, BUFFER_HANDLE buffer, uint32_t segment) {
+    const std::uint8_t* base = nullptr;
+    size_t size = 0;
+    INFO_DATATYPE type = 0;
+    size_t width = sizeof(base);
+    EXPECT_EQ(gentl.DSGetBufferSegmentInfo(stream, buffer, segment, SEGMENT_INFO_BASE, &type, &base, &width),
+              GC_ERR_SUCCESS);
+    width = sizeof(size);
+    EXPECT_EQ(gentl.DSGetBufferSegmentInfo(stream, buffer, segment, SEGMENT_INFO_SIZE, &type, &size, &width),
+              GC_ERR_SUCCESS);
+    return base != nullptr ? std::vector<std::uint8_t>(base, base + size) : std::vector<std::uint8_t>();
+  }
+
+  TemporaryDirectory directory;
+  std::optional<ScopedVariable> config;
+  PORT_HANDLE port = nullptr;
+  std::vector<std::vector<std::uint8_t>> memory;
+};
+
+TEST_F(StreamFileReplay, ReportsTheRecordingsFlowsTableAndDescriptor) {
+  configure(record());
+  const DS_HANDLE stream = openReplay();
+  EXPECT_EQ(read(kStreamingDataSource), 2u);
+  EXPECT_EQ(read(kGenDCStreamingStatus), 1u);
+  EXPECT_EQ(read<std::uint64_t>(kStreamFileMaxFrameId), kFlowSets - 1);
+  EXPECT_EQ(payloadSize(stream), 32u + 1000 + 500);
+
+  uint32_t flows = 0;
+  ASSERT_EQ(gentl.DSGetNumFlows(stream, &flows), GC_ERR_SUCCESS);
+  ASSERT_EQ(flows, kFlowSizes.size());
+  for (uint32_t flow = 0; flow < flows; ++flow) {
+    size_t size = 0;
+    size_t width = sizeof(size);
+    INFO_DATATYPE type = 0;
+    ASSERT_EQ(gentl.DSGetFlowInfo(stream, flow, FLOW_INFO_SIZE, &type, &size, &width), GC_ERR_SUCCESS);
+    EXPECT_EQ(size, kFlowSizes[flow]);
+  }
+  std::vector<std::uint8_t> table(64, 0xEE);
+  size_t size = table.size();
+  INFO_DATATYPE type = 0;
+  ASSERT_EQ(gentl.DSGetInfo(stream, STREAM_INFO_FLOW_TABLE, &type, table.data(), &size), GC_ERR_SUCCESS);
+  ASSERT_EQ(size, 40u);
+  expectFields(table, {{0, 2, 0x7000}, {12, 4, 3}, {16, 8, 32}, {24, 8, 1000}, {32, 8, 500}, {40, 1, 0xEE}});
+
+  std::vector<std::uint8_t> descriptor(64);
+  size = descriptor.size();
+  ASSERT_EQ(gentl.DSGetInfo(stream, STREAM_INFO_GENDC_PREFETCH_DESCRIPTOR, &type, descriptor.data(), &size),
+            GC_ERR_SUCCESS);
+  descriptor.resize(size);
+  EXPECT_EQ(descriptor, prefetchDescriptor());
+  EXPECT_EQ(read(kGenDCDescriptorSize), prefetchDescriptor().size());
+  std::vector<std::uint8_t> registerBytes(prefetchDescriptor().size());
+  size = registerBytes.size();
+  ASSERT_EQ(gentl.GCReadPort(port, kGenDCDescriptor, registerBytes.data(), &size), GC_ERR_SUCCESS);
+  EXPECT_EQ(registerBytes, prefetchDescriptor());
+
+  BUFFER_HANDLE plain = nullptr;
+  EXPECT_EQ(gentl.DSAllocAndAnnounceBuffer(stream, payloadSize(stream), nullptr, &plain), GC_ERR_ERROR);
+  expectLastError(GC_ERR_ERROR, "current configuration is not supported by the requested operation");
+}
+
+TEST_F(StreamFileReplay, DeliversEveryFlowByteForByteFromTheStartFrameRoundAndRound) {
+  configure(record());
+  const DS_HANDLE stream = openReplay();
+  ASSERT_EQ(write<std::uint64_t>(kStreamFileStartFrameId, 3), GC_ERR_SUCCESS);
+  announceComposite(stream, kFlowSizes, 3);
+  const EVENT_HANDLE event = registerNewBuffer(stream);
+  ASSERT_EQ(gentl.DSStartAcquisition(stream, ACQ_START_FLAGS_DEFAULT, 4), GC_ERR_SUCCESS);
+  // Flow sets 3 and 4 lie in the second data file, 0 and 1 in the first.
+  for (std::uint64_t frame = 0; frame < 4; ++frame) {
+    SCOPED_TRACE("frame " + std::to_string(frame));
+    const BUFFER_HANDLE buffer = nextBuffer(event);
+    ASSERT_NE(buffer, nullptr);
+    EXPECT_EQ(bufferInfo<std::uint64_t>(stream, buffer, BUFFER_INFO_FRAMEID), frame);
+    EXPECT_EQ(bufferInfo<size_t>(stream, buffer, BUFFER_INFO_PAYLOADTYPE), size_t{PAYLOAD_TYPE_GENDC});
+    const std::uint64_t set = (3 + frame) % kFlowSets;
+    for (uint32_t flow = 0; flow < kFlowSizes.size(); ++flow) {
+      EXPECT_EQ(segmentBytes(stream, buffer, flow), recordedFlow(set, flow)) << "flow " << flow;
+    }
+    ASSERT_EQ(gentl.DSQueueBuffer(stream, buffer), GC_ERR_SUCCESS);
+  }
+  EXPECT_EQ(gentl.DSStopAcquisition(stream, ACQ_STOP_FLAGS_DEFAULT), GC_ERR_SUCCESS);
+}
+
+TEST_F(StreamFileReplay, FlowLargerThanItsSegmentIsReportedAfterTheEarlierFlowsWereCopied) {
+  configure(record());
+  const DS_HANDLE stream = openReplay();
+  announceComposite(stream, {32, 999, 500}, 3);
+  EVENT_HANDLE errors = nullptr;
+  ASSERT_EQ(gentl.GCRegisterEvent(stream, EVENT_ERROR, &errors), GC_ERR_SUCCESS);
+  const EVENT_HANDLE event = registerNewBuffer(stream);
+  ASSERT_EQ(gentl.DSStartAcquisition(stream, ACQ_START_FLAGS_DEFAULT, 1), GC_ERR_SUCCESS);
+  const BUFFER_HANDLE buffer = nextBuffer(event);
+  ASSERT_NE(buffer, nullptr);
+  EXPECT_EQ(segmentBytes(stream, buffer, 0), recordedFlow(0, 0));
+  EXPECT_EQ(segmentBytes(stream, buffer, 1), std::vector<std::uint8_t>(999, 0xEE));
+  char report[256] = {};
+  size_t size = sizeof(report);
+  ASSERT_EQ(gentl.EventGetData(errors, report, &size, kFrameWait), GC_ERR_SUCCESS);
+  EXPECT_STREQ(report + 4, "The flow does not fit into the corresponding buffer segment.");
+  EXPECT_EQ(gentl.DSStopAcquisition(stream, ACQ_STOP_FLAGS_DEFAULT), GC_ERR_SUCCESS);
+}
+
+TEST_F(StreamFileReplay, DynamicFlowSizesOpenButEveryFrameReportsThem) {
+  const auto info = record();
+  InfoFile description = InfoFile::read(info);
+  description.fixedFlowSizes = false;
+  description.write(info);
+  configure(info);
+  const DS_HANDLE stream = openReplay();
+  announceComposite(stream, kFlowSizes, 3);
+  EVENT_HANDLE errors = nullptr;
+  ASSERT_EQ(gentl.GCRegisterEvent(stream, EVENT_ERROR, &errors), GC_ERR_SUCCESS);
+  const EVENT_HANDLE event = registerNewBuffer(stream);
+  ASSERT_EQ(gentl.DSStartAcquisition(stream, ACQ_START_FLAGS_DEFAULT, 1), GC_ERR_SUCCESS);
+  ASSERT_NE(nextBuffer(event), nullptr);
+  char report[256] = {};
+  size_t size = sizeof(report);
+  ASSERT_EQ(gentl.EventGetData(errors, report, &size, kFrameWait), GC_ERR_SUCCESS);
+  // The reader's text, followed by where the stream met it.
+  EXPECT_EQ(std::string(report + 4).rfind("Dynamic flow sizes are not supported (FixedFlowSizes == false):", 0), 0u)
+      << report + 4;
+  EXPECT_EQ(gentl.DSStopAcquisition(stream, ACQ_STOP_FLAGS_DEFAULT), GC_ERR_SUCCESS);
+}
+
+// A recording that cannot be replayed leaves the device listed; opening its stream fails with the
+// recording's own code and text.
+struct BrokenRecording {
+  const char* name;
+  void (*damage)(const std::filesystem::path& info);
+  GC_ERROR code;
+  const char* message;
+};
+
+class BrokenStreamFile : public StreamFileReplay, public ::testing::WithParamInterface<BrokenRecording> {};
+
+TEST_P(BrokenStreamFile, FailsTheStreamsOpenWithTheRecordingsText) {
+  const auto info = record();
+  GetParam().damage(info);
+  configure(info);
+  system = openSystem();
+  iface = openInterface(system, "Bench");
+  ASSERT_EQ(gentl.IFUpdateDeviceList(iface, nullptr, 0), GC_ERR_SUCCESS) << producer.lastError().second;
+  device = openDevice(iface, "Cam");
+  DS_HANDLE stream = nullptr;
+  EXPECT_EQ(gentl.DevOpenDataStream(device, "Replay", &stream), GetParam().code);
+  expectLastError(GetParam().code, GetParam().message);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Recordings, BrokenStreamFile,
+    ::testing::Values(BrokenRecording{"MissingInfoFile",
+                                      [](const std::filesystem::path& info) { std::filesystem::remove(info); },
+                                      GC_ERR_NOT_AVAILABLE, "Failed to open InfoFile for reading"},
+                      BrokenRecording{"MissingDataFile",
+                                      [](const std::filesystem::path& info) {
+                                        std::filesystem::remove(InfoFile::dataFilePath(info, 1));
+                                      },
+                                      GC_ERR_NOT_AVAILABLE, "CreateFileW failed"},
+                      BrokenRecording{"DataFileShorterThanItsFlowSets",
+                                      [](const std::filesystem::path& info) {
+                                        const auto data = InfoFile::dataFilePath(info, 2);
+                                        std::filesystem::resize_file(data, std::filesystem::file_size(data) - 1);
+                                      },
+                                      GC_ERR_INVALID_VALUE, "Data file too short for its flow sets"},
+                      BrokenRecording{"InfoFileCutShort",
+                                      [](const std::filesystem::path& info) {
+                                        std::filesystem::resize_file(info, std::filesystem::file_size(info) - 1);
+                                      },
+                                      GC_ERR_INVALID_VALUE, "Corrupted InfoFile"},
+                      BrokenRecording{"EmptyPrefetchDescriptor",
+                                      [](const std::filesystem::path& info) {
+                                        InfoFile description = InfoFile::read(info);
+                                        description.prefetchDescriptor.clear();
+                                        description.write(info);
+                                      },
+                                      GC_ERR_INVALID_VALUE, "prefetch descriptor must not be empty"}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+}  // namespace
