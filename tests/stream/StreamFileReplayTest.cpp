@@ -182,28 +182,44 @@ TEST_F(StreamFileReplay, ReportsTheRecordingsFlowsTableAndDescriptor) {
   expectLastError(GC_ERR_ERROR, "current configuration is not supported by the requested operation");
 }
 
-TEST_F(StreamFileReplay, DeliversEveryFlowByteForByteFromTheStartFrameRoundAndRound) {
+struct StartFrame {
+  const char* name;
+  std::uint64_t start;
+  std::vector<std::uint64_t> flowSets;  // replayed by run frames 0, 1, ...
+};
+
+class ReplayFromStartFrame : public StreamFileReplay, public ::testing::WithParamInterface<StartFrame> {};
+
+TEST_P(ReplayFromStartFrame, DeliversEveryFlowByteForByteRoundAndRound) {
   configure(record());
   const DS_HANDLE stream = openReplay();
-  ASSERT_EQ(write<std::uint64_t>(kStreamFileStartFrameId, 3), GC_ERR_SUCCESS);
+  ASSERT_EQ(write<std::uint64_t>(kStreamFileStartFrameId, GetParam().start), GC_ERR_SUCCESS);
   announceComposite(stream, kFlowSizes, 3);
   const EVENT_HANDLE event = registerNewBuffer(stream);
-  ASSERT_EQ(gentl.DSStartAcquisition(stream, ACQ_START_FLAGS_DEFAULT, 4), GC_ERR_SUCCESS);
-  // Flow sets 3 and 4 lie in the second data file, 0 and 1 in the first.
-  for (std::uint64_t frame = 0; frame < 4; ++frame) {
+  const auto& expected = GetParam().flowSets;
+  ASSERT_EQ(gentl.DSStartAcquisition(stream, ACQ_START_FLAGS_DEFAULT, expected.size()), GC_ERR_SUCCESS);
+  for (std::uint64_t frame = 0; frame < expected.size(); ++frame) {
     SCOPED_TRACE("frame " + std::to_string(frame));
     const BUFFER_HANDLE buffer = nextBuffer(event);
     ASSERT_NE(buffer, nullptr);
     EXPECT_EQ(bufferInfo<std::uint64_t>(stream, buffer, BUFFER_INFO_FRAMEID), frame);
     EXPECT_EQ(bufferInfo<size_t>(stream, buffer, BUFFER_INFO_PAYLOADTYPE), size_t{PAYLOAD_TYPE_GENDC});
-    const std::uint64_t set = (3 + frame) % kFlowSets;
     for (uint32_t flow = 0; flow < kFlowSizes.size(); ++flow) {
-      EXPECT_EQ(segmentBytes(stream, buffer, flow), recordedFlow(set, flow)) << "flow " << flow;
+      EXPECT_EQ(segmentBytes(stream, buffer, flow), recordedFlow(expected[frame], flow)) << "flow " << flow;
     }
     ASSERT_EQ(gentl.DSQueueBuffer(stream, buffer), GC_ERR_SUCCESS);
   }
   EXPECT_EQ(gentl.DSStopAcquisition(stream, ACQ_STOP_FLAGS_DEFAULT), GC_ERR_SUCCESS);
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    Starts, ReplayFromStartFrame,
+    ::testing::Values(StartFrame{"First", 0, {0, 1, 2, 3, 4, 0}},
+                      // Flow sets 3 and 4 lie in the second and third data files, 0 and 1 in the first.
+                      StartFrame{"InTheSecondFile", 3, {3, 4, 0, 1}},
+                      // 2^64 - 1 is 0 modulo 5: start + run must not wrap at 64 bits first.
+                      StartFrame{"Largest", ~std::uint64_t{0}, {0, 1, 2}}),
+    [](const auto& info) { return std::string(info.param.name); });
 
 TEST_F(StreamFileReplay, FlowLargerThanItsSegmentIsReportedAfterTheEarlierFlowsWereCopied) {
   configure(record());
