@@ -4,7 +4,9 @@
 // these protect is that the stream delivers exactly what it reports, wherever a consumer looks.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
+#include <memory>
 #include <numeric>
 #include <span>
 #include <string>
@@ -264,6 +266,27 @@ TEST_F(GenDCStreaming, SettingsNoContainerCanDescribeAreRefusedAndChangeNothing)
   EXPECT_NE(write(kGenDCStreamingMode, 1), GC_ERR_SUCCESS);
   EXPECT_EQ(read(kGenDCStreamingMode), 0u);
   EXPECT_EQ(payloadSize(stream), kImageSize);
+}
+
+// Consumers ask the size first; one that does not must get the first bytes, never a write past its
+// buffer (the sanitizer runs watch this), and the full size back.
+TEST_F(GenDCStreaming, ShortReadsOfTableAndDescriptorGetTheirFirstBytesOnly) {
+  ASSERT_EQ(write(kGenDCFlowMappingConfiguration, 1), GC_ERR_SUCCESS);
+  ASSERT_EQ(write(kGenDCStreamingMode, 1), GC_ERR_SUCCESS);
+  for (const STREAM_INFO_CMD command : {STREAM_INFO_FLOW_TABLE, STREAM_INFO_GENDC_PREFETCH_DESCRIPTOR}) {
+    SCOPED_TRACE("command " + std::to_string(command));
+    const auto whole = streamBytes(command);
+    auto shortBuffer = std::make_unique<std::uint8_t[]>(8);
+    size_t size = 8;
+    INFO_DATATYPE type = 0;
+    ASSERT_EQ(gentl.DSGetInfo(stream, command, &type, shortBuffer.get(), &size), GC_ERR_SUCCESS);
+    EXPECT_EQ(size, whole.size());
+    EXPECT_TRUE(std::equal(whole.begin(), whole.begin() + 8, shortBuffer.get()));
+  }
+  auto shortRead = std::make_unique<std::uint8_t[]>(4);
+  size_t length = 4;
+  ASSERT_EQ(gentl.GCReadPort(port, kGenDCDescriptor, shortRead.get(), &length), GC_ERR_SUCCESS);
+  EXPECT_EQ(readField(std::span<const std::uint8_t>(shortRead.get(), 4), 0, 4), 0x43444E47u);
 }
 
 TEST_F(GenDCStreaming, BufferTooSmallForTheContainerIsReportedAndStillDelivered) {
