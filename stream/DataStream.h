@@ -40,8 +40,9 @@ namespace lumo::mockTL {
 // Locks, none held while another of them is taken:
 // - the module mutex: starting and stopping acquisition (the thread object), which joins the
 //   acquisition thread while holding it; the thread therefore never takes it;
-// - the settings mutex: the stream record's image settings and the payload size computed from
-//   them; the acquisition thread takes it briefly for every frame;
+// - the settings mutex: the stream record's image and GenDC settings and what is computed from
+//   them (payload size, container layout, flow sizes, flow table, descriptor); the acquisition
+//   thread takes it briefly for every frame;
 // - the buffer-map mutex: the announced buffers;
 // - the input-queue mutex: the input queue; the acquisition thread takes it to pop a buffer.
 // The grabbing and open flags, the number of images, the started count and the buffers' flags are
