@@ -37,6 +37,7 @@ constexpr std::uint64_t kGenDCDescriptorSize = 0x30010;
 constexpr std::uint64_t kStreamingDataSource = 0x30028;
 constexpr std::uint64_t kStreamFileStartFrameId = 0x3002C;
 constexpr std::uint64_t kStreamFileMaxFrameId = 0x30034;
+constexpr std::uint64_t kGenDCFlowMappingTable = 0x31000;
 constexpr std::uint64_t kGenDCDescriptor = 0x32000;
 
 // Byte `offset` of flow `flow` of flow set `set`: every flow of every set differs from the others.
@@ -260,6 +261,30 @@ TEST_F(StreamFileReplay, DynamicFlowSizesOpenButEveryFrameReportsThem) {
   EXPECT_EQ(std::string(report + 4).rfind("Dynamic flow sizes are not supported (FixedFlowSizes == false):", 0), 0u)
       << report + 4;
   EXPECT_EQ(gentl.DSStopAcquisition(stream, ACQ_STOP_FLAGS_DEFAULT), GC_ERR_SUCCESS);
+}
+
+TEST_F(StreamFileReplay, FlowTableLongerThanItsRegisterIsRefusedWhileTheFlowsStillCount) {
+  // 127 flows make a table of 16 + 8 × 127 = 1032 bytes, 8 more than the register holds.
+  const auto info = directory.path() / "many.info";
+  const std::vector<std::uint64_t> sizes(127, 1);
+  {
+    StreamFileWriter writer(info, sizes, prefetchDescriptor(), 1);
+    const std::uint8_t byte = 7;
+    writer.append(std::vector<Flow>(sizes.size(), Flow{&byte, 1}));
+    writer.finish();
+  }
+  configure(info);
+  const DS_HANDLE stream = openReplay();
+  uint32_t flows = 0;
+  ASSERT_EQ(gentl.DSGetNumFlows(stream, &flows), GC_ERR_SUCCESS);
+  EXPECT_EQ(flows, 127u);
+  INFO_DATATYPE type = 0;
+  size_t size = 0;
+  EXPECT_EQ(gentl.DSGetInfo(stream, STREAM_INFO_FLOW_TABLE, &type, nullptr, &size), GC_ERR_ERROR);
+  expectLastError(GC_ERR_ERROR, "flow mapping table size does not fit the register definition");
+  std::vector<std::uint8_t> bytes(1024);
+  size = bytes.size();
+  EXPECT_EQ(gentl.GCReadPort(port, kGenDCFlowMappingTable, bytes.data(), &size), GC_ERR_ERROR);
 }
 
 // A recording that cannot be replayed leaves the device listed; opening its stream fails with the
