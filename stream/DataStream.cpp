@@ -10,6 +10,7 @@
 
 #include "gendc/Container.h"
 #include "gendc/ContainerDescriptor.h"
+#include "gendc/DescriptorReader.h"
 #include "gendc/FlowMappingTable.h"
 #include "gentl/GenericException.h"
 #include "module/Info.h"
@@ -106,6 +107,23 @@ DataStream::DataStream(const std::shared_ptr<Module>& device, StreamConfiguratio
   recomputeLocked();
 }
 
+// The buffers of a replayed stream report the image of the recording's first part, as its
+// descriptor states it. A descriptor that is not GenDC, or whose first part is not a 2D image,
+// leaves the configured geometry: the frames are replayed all the same.
+void DataStream::takeRecordedGeometry() {
+  try {
+    const GenDc::PartImage image = GenDc::DescriptorReader(descriptor_).part(0, 0);
+    configuration_.width = image.width;
+    configuration_.height = image.height;
+    configuration_.pixelFormat = image.pixelFormat;
+    configuration_.paddingMode = image.paddingX != 0 || image.paddingY != 0 ? static_cast<std::int32_t>(kPaddingOn) : 0;
+    configuration_.paddingPixelCountX = image.paddingX;
+    configuration_.paddingLineCountY = image.paddingY;
+  } catch (const std::exception&) {
+    // Not an image the stream can describe.
+  }
+}
+
 // A recording's flows, table and descriptor are what it was recorded with; they never change.
 void DataStream::openRecording() {
   constexpr const char* where = "lumo::mockTL::DataStream::DataStream";
@@ -120,6 +138,7 @@ void DataStream::openRecording() {
   flowSizes_ = recording->flowSizes();
   flowTable_ = GenDc::FlowMappingTable::bytesFor(flowSizes_);
   descriptor_ = recording->prefetchDescriptor();
+  takeRecordedGeometry();
   // The reader accepted the recording only when its flow sizes add up within 64 bits.
   payloadSize_ = 0;
   for (const std::uint64_t size : flowSizes_) {

@@ -190,6 +190,7 @@ class DataStream final : public SpecificModule<void*>,
   template <class Change>
   void updateSettings(Change change);
   void openRecording();
+  void takeRecordedGeometry();
   void recomputeLocked();
   GenDc::StreamSettings containerSettingsLocked() const;
   ImageGeometry imageGeometryLocked() const;

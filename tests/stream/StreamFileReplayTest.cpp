@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "gendc/Container.h"
 #include "source/LmRInfoFile.h"
 #include "source/StreamFileWriter.h"
 #include "support/LittleEndian.h"
@@ -261,6 +262,26 @@ TEST_F(StreamFileReplay, DynamicFlowSizesOpenButEveryFrameReportsThem) {
   EXPECT_EQ(std::string(report + 4).rfind("Dynamic flow sizes are not supported (FixedFlowSizes == false):", 0), 0u)
       << report + 4;
   EXPECT_EQ(gentl.DSStopAcquisition(stream, ACQ_STOP_FLAGS_DEFAULT), GC_ERR_SUCCESS);
+}
+
+TEST_F(StreamFileReplay, BuffersReportTheImageTheRecordedDescriptorDescribes) {
+  lumo::mockTL::GenDc::StreamSettings settings;
+  settings.streamingMode = true;
+  settings.width = 40;
+  settings.height = 6;
+  settings.pixelFormat = 0x01100007;  // Mono16
+  const lumo::mockTL::GenDc::Container container(settings);
+  const auto descriptor = container.descriptor().bytes();
+  configure(record({descriptor.begin(), descriptor.end()}));
+  const DS_HANDLE stream = openReplay();
+  announceComposite(stream, kFlowSizes, 1);
+  BUFFER_HANDLE buffer = nullptr;
+  ASSERT_EQ(gentl.DSGetBufferID(stream, 0, &buffer), GC_ERR_SUCCESS);
+  EXPECT_EQ(bufferInfo<size_t>(stream, buffer, BUFFER_INFO_WIDTH), 40u);
+  EXPECT_EQ(bufferInfo<size_t>(stream, buffer, BUFFER_INFO_HEIGHT), 6u);
+  EXPECT_EQ(bufferInfo<std::uint64_t>(stream, buffer, BUFFER_INFO_PIXELFORMAT), 0x01100007u);
+  // The payload stays the recording's flow set, whatever the descriptor says.
+  EXPECT_EQ(payloadSize(stream), 32u + 1000 + 500);
 }
 
 TEST_F(StreamFileReplay, FlowTableLongerThanItsRegisterIsRefusedWhileTheFlowsStillCount) {
