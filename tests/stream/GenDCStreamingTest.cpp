@@ -12,15 +12,15 @@
 #include <string>
 #include <vector>
 
+#include "support/FlowSession.h"
 #include "support/LittleEndian.h"
-#include "support/StreamSession.h"
 
 namespace {
 
 using lumo::mockTL::GenDc::test::expectFields;
 using lumo::mockTL::GenDc::test::readField;
+using testing_support::FlowSession;
 using testing_support::ScopedVariable;
-using testing_support::StreamSession;
 using testing_support::TemporaryDirectory;
 
 constexpr const char* kVgaStream = R"({
@@ -30,7 +30,6 @@ constexpr const char* kVgaStream = R"({
 constexpr std::uint64_t kImageSize = 640 * 480;
 
 // Camera registers.
-constexpr std::uint64_t kSleepBetweenFrames = 0x60;
 constexpr std::uint64_t kGenDCStreamingMode = 0x30000;
 constexpr std::uint64_t kGenDCStreamingStatus = 0x30004;
 constexpr std::uint64_t kGenDCFlowMappingTableSize = 0x30008;
@@ -42,58 +41,20 @@ constexpr std::uint64_t kGenDCFlowMappingTable = 0x31000;
 constexpr std::uint64_t kGenDCDescriptor = 0x32000;
 constexpr std::uint64_t kTestGenDCImageCount = 0x40000;
 
-class GenDCStreaming : public StreamSession {
+class GenDCStreaming : public FlowSession {
  protected:
   void SetUp() override {
-    StreamSession::SetUp();
+    FlowSession::SetUp();
     stream = openDeviceStream("Vga", "Bench", "Cam");
-    ASSERT_EQ(gentl.DevGetPort(device, &port), GC_ERR_SUCCESS);
-    ASSERT_EQ(write(kSleepBetweenFrames, 2000000), GC_ERR_SUCCESS);
+    openCamera();
   }
 
-  GC_ERROR write(std::uint64_t address, std::uint32_t value) {
-    size_t size = sizeof(value);
-    return gentl.GCWritePort(port, address, &value, &size);
-  }
-  std::uint32_t read(std::uint64_t address) {
-    std::uint32_t value = 0;
-    size_t size = sizeof(value);
-    EXPECT_EQ(gentl.GCReadPort(port, address, &value, &size), GC_ERR_SUCCESS) << producer.lastError().second;
-    return value;
-  }
-  std::vector<std::uint8_t> readBytes(std::uint64_t address, size_t length) {
-    std::vector<std::uint8_t> bytes(length, 0xEE);
-    EXPECT_EQ(gentl.GCReadPort(port, address, bytes.data(), &length), GC_ERR_SUCCESS) << producer.lastError().second;
-    return bytes;
-  }
-  std::vector<std::uint8_t> streamBytes(STREAM_INFO_CMD command) {
-    INFO_DATATYPE type = 0;
-    size_t size = 0;
-    EXPECT_EQ(gentl.DSGetInfo(stream, command, &type, nullptr, &size), GC_ERR_SUCCESS) << producer.lastError().second;
-    std::vector<std::uint8_t> bytes(size);
-    EXPECT_EQ(gentl.DSGetInfo(stream, command, &type, bytes.data(), &size), GC_ERR_SUCCESS);
-    EXPECT_EQ(type, INFO_DATATYPE_BUFFER);
-    return bytes;
-  }
-  std::vector<std::uint64_t> flowSizes() {
-    uint32_t count = 0;
-    EXPECT_EQ(gentl.DSGetNumFlows(stream, &count), GC_ERR_SUCCESS);
-    std::vector<std::uint64_t> sizes;
-    for (uint32_t flow = 0; flow < count; ++flow) {
-      size_t value = 0;
-      size_t size = sizeof(value);
-      INFO_DATATYPE type = 0;
-      EXPECT_EQ(gentl.DSGetFlowInfo(stream, flow, FLOW_INFO_SIZE, &type, &value, &size), GC_ERR_SUCCESS);
-      EXPECT_EQ(type, INFO_DATATYPE_SIZET);
-      sizes.push_back(value);
-    }
-    return sizes;
-  }
+  GC_ERROR write(std::uint64_t address, std::uint32_t value) { return writeCamera(address, value); }
+  std::uint32_t read(std::uint64_t address) { return readCamera(address); }
 
   TemporaryDirectory directory;
   ScopedVariable config{"LMMOCKTL_CONFIG", directory.write("vga.json", kVgaStream).string()};
   DS_HANDLE stream = nullptr;
-  PORT_HANDLE port = nullptr;
 };
 
 struct ContainerCase {
@@ -125,14 +86,14 @@ TEST_P(GenDCContainer, DeliversWhatFlowsTableAndDescriptorAnnounce) {
   // What the stream announces.
   const std::uint64_t total = std::accumulate(c.flowSizes.begin(), c.flowSizes.end(), std::uint64_t{0});
   EXPECT_EQ(payloadSize(stream), total);
-  ASSERT_EQ(flowSizes(), c.flowSizes);
-  const auto table = streamBytes(STREAM_INFO_FLOW_TABLE);
+  ASSERT_EQ(flowSizes(stream), c.flowSizes);
+  const auto table = streamBytes(stream, STREAM_INFO_FLOW_TABLE);
   ASSERT_EQ(table.size(), 16 + 8 * c.flowSizes.size());
   expectFields(table, {{0, 2, 0x7000}, {4, 4, table.size()}, {8, 1, 1}, {9, 1, 1}, {12, 4, c.flowSizes.size()}});
   for (size_t flow = 0; flow < c.flowSizes.size(); ++flow) {
     EXPECT_EQ(readField(table, 16 + 8 * flow, 8), c.flowSizes[flow]) << "flow " << flow;
   }
-  const auto prefetch = streamBytes(STREAM_INFO_GENDC_PREFETCH_DESCRIPTOR);
+  const auto prefetch = streamBytes(stream, STREAM_INFO_GENDC_PREFETCH_DESCRIPTOR);
   ASSERT_EQ(prefetch.size(), c.descriptorSize);
 
   // The camera reports the same through its GenDC features.
@@ -140,36 +101,22 @@ TEST_P(GenDCContainer, DeliversWhatFlowsTableAndDescriptorAnnounce) {
   EXPECT_EQ(read(kGenDCFlowMappingTableSize), table.size());
   EXPECT_EQ(read(kGenDCDescriptorIsAvailable), 1u);
   EXPECT_EQ(read(kGenDCDescriptorSize), c.descriptorSize);
-  const auto tableRegister = readBytes(kGenDCFlowMappingTable, 1024);
+  const auto tableRegister = readCameraBytes(kGenDCFlowMappingTable, 1024);
   EXPECT_TRUE(std::equal(table.begin(), table.end(), tableRegister.begin()));
   EXPECT_EQ(tableRegister[table.size()], 0xEE) << "the register read writes the table and nothing behind it";
-  const auto descriptorRegister = readBytes(kGenDCDescriptor, c.descriptorSize);
+  const auto descriptorRegister = readCameraBytes(kGenDCDescriptor, c.descriptorSize);
   // Equal but for the component timestamps, which say when each descriptor was made.
   EXPECT_EQ(readField(descriptorRegister, 0, 4), 0x43444E47u);
   EXPECT_EQ(readField(descriptorRegister, 48, 4), c.descriptorSize);
 
   // Buffers as the flows ask: plain ones for one flow, composite ones otherwise.
-  std::vector<std::vector<std::uint8_t>> memory;
-  for (int b = 0; b < 3; ++b) {
-    BUFFER_HANDLE buffer = nullptr;
-    if (c.flowSizes.size() == 1) {
-      ASSERT_EQ(gentl.DSAllocAndAnnounceBuffer(stream, total, nullptr, &buffer), GC_ERR_SUCCESS);
-    } else {
-      EXPECT_EQ(gentl.DSAllocAndAnnounceBuffer(stream, total, nullptr, &buffer), GC_ERR_ERROR);
-      expectLastError(GC_ERR_ERROR, "current configuration is not supported by the requested operation");
-      std::vector<void*> segments;
-      std::vector<size_t> sizes;
-      for (const auto size : c.flowSizes) {
-        memory.emplace_back(size, 0xEE);
-        segments.push_back(memory.back().data());
-        sizes.push_back(size);
-      }
-      ASSERT_EQ(
-          gentl.DSAnnounceCompositeBuffer(stream, segments.size(), segments.data(), sizes.data(), nullptr, &buffer),
-          GC_ERR_SUCCESS)
-          << producer.lastError().second;
-    }
-    ASSERT_EQ(gentl.DSQueueBuffer(stream, buffer), GC_ERR_SUCCESS);
+  if (c.flowSizes.size() == 1) {
+    allocateBuffers(stream, 3);
+  } else {
+    BUFFER_HANDLE plain = nullptr;
+    EXPECT_EQ(gentl.DSAllocAndAnnounceBuffer(stream, total, nullptr, &plain), GC_ERR_ERROR);
+    expectLastError(GC_ERR_ERROR, "current configuration is not supported by the requested operation");
+    announceComposite(stream, c.flowSizes, 3);
   }
   const EVENT_HANDLE event = registerNewBuffer(stream);
   ASSERT_EQ(gentl.DSStartAcquisition(stream, ACQ_START_FLAGS_DEFAULT, 1), GC_ERR_SUCCESS);
@@ -178,26 +125,17 @@ TEST_P(GenDCContainer, DeliversWhatFlowsTableAndDescriptorAnnounce) {
   EXPECT_EQ(bufferInfo<size_t>(stream, delivered, BUFFER_INFO_PAYLOADTYPE), size_t{PAYLOAD_TYPE_GENDC});
 
   // The flows as the consumer finds them: the buffer, or its segments.
-  std::vector<std::span<const std::uint8_t>> flows;
-  uint32_t segmentCount = 1;
-  ASSERT_EQ(gentl.DSGetNumBufferSegments(stream, delivered, &segmentCount), GC_ERR_SUCCESS);
+  std::vector<std::vector<std::uint8_t>> flows;
   if (c.flowSizes.size() == 1) {
-    const auto* base = bufferInfo<const std::uint8_t*>(stream, delivered, BUFFER_INFO_BASE);
-    flows.emplace_back(base, total);
+    flows.push_back(bufferBytes(stream, delivered));
   } else {
-    ASSERT_EQ(segmentCount, c.flowSizes.size());
-    for (uint32_t s = 0; s < segmentCount; ++s) {
-      const std::uint8_t* base = nullptr;
-      size_t size = sizeof(base);
-      INFO_DATATYPE type = 0;
-      ASSERT_EQ(gentl.DSGetBufferSegmentInfo(stream, delivered, s, SEGMENT_INFO_BASE, &type, &base, &size),
-                GC_ERR_SUCCESS);
-      flows.emplace_back(base, c.flowSizes[s]);
+    for (uint32_t segment = 0; segment < c.flowSizes.size(); ++segment) {
+      flows.push_back(segmentBytes(stream, delivered, segment));
     }
   }
 
   // The descriptor, read from the first flow as a GenDC consumer reads it.
-  const std::span<const std::uint8_t> descriptor = flows[0].first(c.descriptorSize);
+  const auto descriptor = std::span<const std::uint8_t>(flows[0]).first(c.descriptorSize);
   expectFields(descriptor, {{0, 4, 0x43444E47},
                             {32, 8, c.imageCount * kImageSize},
                             {40, 8, c.descriptorSize},
@@ -224,7 +162,7 @@ TEST_P(GenDCContainer, DeliversWhatFlowsTableAndDescriptorAnnounce) {
     EXPECT_EQ(flowOffset, ownFlows ? 0 : dataOffset);
     ASSERT_LT(flowId, flows.size());
     ASSERT_LE(flowOffset + kImageSize, flows[flowId].size());
-    EXPECT_EQ(firstWrongRampByte(flows[flowId].subspan(flowOffset, kImageSize)), -1);
+    EXPECT_EQ(firstWrongRampByte(std::span<const std::uint8_t>(flows[flowId]).subspan(flowOffset, kImageSize)), -1);
   }
   EXPECT_EQ(gentl.DSStopAcquisition(stream, ACQ_STOP_FLAGS_DEFAULT), GC_ERR_SUCCESS);
 }
@@ -242,9 +180,9 @@ INSTANTIATE_TEST_SUITE_P(
 TEST_F(GenDCStreaming, SwitchedOffAgainReportsAPlainImageStream) {
   ASSERT_EQ(write(kGenDCFlowMappingConfiguration, 1), GC_ERR_SUCCESS);
   ASSERT_EQ(write(kGenDCStreamingMode, 1), GC_ERR_SUCCESS);
-  ASSERT_EQ(flowSizes().size(), 2u);
+  ASSERT_EQ(flowSizes(stream).size(), 2u);
   ASSERT_EQ(write(kGenDCStreamingMode, 0), GC_ERR_SUCCESS);
-  EXPECT_EQ(flowSizes(), std::vector<std::uint64_t>{kImageSize});
+  EXPECT_EQ(flowSizes(stream), std::vector<std::uint64_t>{kImageSize});
   EXPECT_EQ(payloadSize(stream), kImageSize);
   EXPECT_EQ(read(kGenDCStreamingStatus), 0u);
   EXPECT_EQ(read(kGenDCFlowMappingTableSize), 0u);
@@ -275,7 +213,7 @@ TEST_F(GenDCStreaming, ShortReadsOfTableAndDescriptorGetTheirFirstBytesOnly) {
   ASSERT_EQ(write(kGenDCStreamingMode, 1), GC_ERR_SUCCESS);
   for (const STREAM_INFO_CMD command : {STREAM_INFO_FLOW_TABLE, STREAM_INFO_GENDC_PREFETCH_DESCRIPTOR}) {
     SCOPED_TRACE("command " + std::to_string(command));
-    const auto whole = streamBytes(command);
+    const auto whole = streamBytes(stream, command);
     auto shortBuffer = std::make_unique<std::uint8_t[]>(8);
     size_t size = 8;
     INFO_DATATYPE type = 0;
@@ -285,7 +223,7 @@ TEST_F(GenDCStreaming, ShortReadsOfTableAndDescriptorGetTheirFirstBytesOnly) {
   }
   auto shortRead = std::make_unique<std::uint8_t[]>(4);
   size_t length = 4;
-  ASSERT_EQ(gentl.GCReadPort(port, kGenDCDescriptor, shortRead.get(), &length), GC_ERR_SUCCESS);
+  ASSERT_EQ(gentl.GCReadPort(camera, kGenDCDescriptor, shortRead.get(), &length), GC_ERR_SUCCESS);
   EXPECT_EQ(readField(std::span<const std::uint8_t>(shortRead.get(), 4), 0, 4), 0x43444E47u);
 }
 
@@ -303,10 +241,7 @@ TEST_F(GenDCStreaming, BufferTooSmallForTheContainerIsReportedAndStillDelivered)
   const BUFFER_HANDLE delivered = nextBuffer(event);
   ASSERT_NE(delivered, nullptr);
   EXPECT_EQ(bufferBytes(stream, delivered), std::vector<std::uint8_t>(kImageSize, 0)) << "left as it was";
-  char report[256] = {};
-  size_t size = sizeof(report);
-  ASSERT_EQ(gentl.EventGetData(errors, report, &size, kFrameWait), GC_ERR_SUCCESS);
-  EXPECT_STREQ(report + 4, "The container does not fit into the buffer.");
+  EXPECT_EQ(nextErrorText(errors), "The container does not fit into the buffer.");
   EXPECT_EQ(gentl.DSStopAcquisition(stream, ACQ_STOP_FLAGS_DEFAULT), GC_ERR_SUCCESS);
 }
 

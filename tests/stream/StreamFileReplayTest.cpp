@@ -14,8 +14,8 @@
 #include "gendc/Container.h"
 #include "source/LmRInfoFile.h"
 #include "source/StreamFileWriter.h"
+#include "support/FlowSession.h"
 #include "support/LittleEndian.h"
-#include "support/StreamSession.h"
 
 namespace {
 
@@ -24,15 +24,14 @@ using lumo::mockTL::GenDc::test::readField;
 using lumo::mockTL::LmR::Flow;
 using lumo::mockTL::LmR::InfoFile;
 using lumo::mockTL::LmR::StreamFileWriter;
+using testing_support::FlowSession;
 using testing_support::ScopedVariable;
-using testing_support::StreamSession;
 using testing_support::TemporaryDirectory;
 
 const std::vector<std::uint64_t> kFlowSizes = {32, 1000, 500};
 constexpr std::uint64_t kFlowSets = 5;
 
 // Camera registers.
-constexpr std::uint64_t kSleepBetweenFrames = 0x60;
 constexpr std::uint64_t kGenDCStreamingStatus = 0x30004;
 constexpr std::uint64_t kGenDCDescriptorSize = 0x30010;
 constexpr std::uint64_t kStreamingDataSource = 0x30028;
@@ -58,7 +57,7 @@ std::vector<std::uint8_t> prefetchDescriptor() {
   return bytes;
 }
 
-class StreamFileReplay : public StreamSession {
+class StreamFileReplay : public FlowSession {
  protected:
   // Records kFlowSets flow sets, two per data file, as "<dir>/rec/capture.info".
   std::filesystem::path record(const std::vector<std::uint8_t>& descriptor = prefetchDescriptor()) {
@@ -86,68 +85,20 @@ class StreamFileReplay : public StreamSession {
 
   DS_HANDLE openReplay() {
     const DS_HANDLE stream = openDeviceStream("Replay", "Bench", "Cam");
-    EXPECT_EQ(gentl.DevGetPort(device, &port), GC_ERR_SUCCESS);
-    write(kSleepBetweenFrames, 2000000);
+    openCamera();
     return stream;
-  }
-
-  template <class T = std::uint32_t>
-  T read(std::uint64_t address) {
-    T value{};
-    size_t size = sizeof(value);
-    EXPECT_EQ(gentl.GCReadPort(port, address, &value, &size), GC_ERR_SUCCESS) << producer.lastError().second;
-    return value;
-  }
-  template <class T = std::uint32_t>
-  GC_ERROR write(std::uint64_t address, T value) {
-    size_t size = sizeof(value);
-    return gentl.GCWritePort(port, address, &value, &size);
-  }
-
-  // Composite buffers with one segment per flow of `sizes`, queued.
-  void announceComposite(DS_HANDLE stream, const std::vector<std::uint64_t>& sizes, int count) {
-    for (int b = 0; b < count; ++b) {
-      std::vector<void*> segments;
-      std::vector<size_t> segmentSizes;
-      for (const auto size : sizes) {
-        memory.emplace_back(size, 0xEE);
-        segments.push_back(memory.back().data());
-        segmentSizes.push_back(size);
-      }
-      BUFFER_HANDLE buffer = nullptr;
-      ASSERT_EQ(gentl.DSAnnounceCompositeBuffer(stream, segments.size(), segments.data(), segmentSizes.data(), nullptr,
-                                                &buffer),
-                GC_ERR_SUCCESS)
-          << producer.lastError().second;
-      ASSERT_EQ(gentl.DSQueueBuffer(stream, buffer), GC_ERR_SUCCESS);
-    }
-  }
-
-  std::vector<std::uint8_t> segmentBytes(DS_HANDLE stream, BUFFER_HANDLE buffer, uint32_t segment) {
-    const std::uint8_t* base = nullptr;
-    size_t size = 0;
-    INFO_DATATYPE type = 0;
-    size_t width = sizeof(base);
-    EXPECT_EQ(gentl.DSGetBufferSegmentInfo(stream, buffer, segment, SEGMENT_INFO_BASE, &type, &base, &width),
-              GC_ERR_SUCCESS);
-    width = sizeof(size);
-    EXPECT_EQ(gentl.DSGetBufferSegmentInfo(stream, buffer, segment, SEGMENT_INFO_SIZE, &type, &size, &width),
-              GC_ERR_SUCCESS);
-    return base != nullptr ? std::vector<std::uint8_t>(base, base + size) : std::vector<std::uint8_t>();
   }
 
   TemporaryDirectory directory;
   std::optional<ScopedVariable> config;
-  PORT_HANDLE port = nullptr;
-  std::vector<std::vector<std::uint8_t>> memory;
 };
 
 TEST_F(StreamFileReplay, ReportsTheRecordingsFlowsTableAndDescriptor) {
   configure(record());
   const DS_HANDLE stream = openReplay();
-  EXPECT_EQ(read(kStreamingDataSource), 2u);
-  EXPECT_EQ(read(kGenDCStreamingStatus), 1u);
-  EXPECT_EQ(read<std::uint64_t>(kStreamFileMaxFrameId), kFlowSets - 1);
+  EXPECT_EQ(readCamera(kStreamingDataSource), 2u);
+  EXPECT_EQ(readCamera(kGenDCStreamingStatus), 1u);
+  EXPECT_EQ(readCamera<std::uint64_t>(kStreamFileMaxFrameId), kFlowSets - 1);
   EXPECT_EQ(payloadSize(stream), 32u + 1000 + 500);
 
   uint32_t flows = 0;
@@ -173,10 +124,10 @@ TEST_F(StreamFileReplay, ReportsTheRecordingsFlowsTableAndDescriptor) {
             GC_ERR_SUCCESS);
   descriptor.resize(size);
   EXPECT_EQ(descriptor, prefetchDescriptor());
-  EXPECT_EQ(read(kGenDCDescriptorSize), prefetchDescriptor().size());
+  EXPECT_EQ(readCamera(kGenDCDescriptorSize), prefetchDescriptor().size());
   std::vector<std::uint8_t> registerBytes(prefetchDescriptor().size());
   size = registerBytes.size();
-  ASSERT_EQ(gentl.GCReadPort(port, kGenDCDescriptor, registerBytes.data(), &size), GC_ERR_SUCCESS);
+  ASSERT_EQ(gentl.GCReadPort(camera, kGenDCDescriptor, registerBytes.data(), &size), GC_ERR_SUCCESS);
   EXPECT_EQ(registerBytes, prefetchDescriptor());
 
   BUFFER_HANDLE plain = nullptr;
@@ -195,7 +146,7 @@ class ReplayFromStartFrame : public StreamFileReplay, public ::testing::WithPara
 TEST_P(ReplayFromStartFrame, DeliversEveryFlowByteForByteRoundAndRound) {
   configure(record());
   const DS_HANDLE stream = openReplay();
-  ASSERT_EQ(write<std::uint64_t>(kStreamFileStartFrameId, GetParam().start), GC_ERR_SUCCESS);
+  ASSERT_EQ(writeCamera<std::uint64_t>(kStreamFileStartFrameId, GetParam().start), GC_ERR_SUCCESS);
   announceComposite(stream, kFlowSizes, 3);
   const EVENT_HANDLE event = registerNewBuffer(stream);
   const auto& expected = GetParam().flowSets;
@@ -235,10 +186,7 @@ TEST_F(StreamFileReplay, FlowLargerThanItsSegmentIsReportedAfterTheEarlierFlowsW
   ASSERT_NE(buffer, nullptr);
   EXPECT_EQ(segmentBytes(stream, buffer, 0), recordedFlow(0, 0));
   EXPECT_EQ(segmentBytes(stream, buffer, 1), std::vector<std::uint8_t>(999, 0xEE));
-  char report[256] = {};
-  size_t size = sizeof(report);
-  ASSERT_EQ(gentl.EventGetData(errors, report, &size, kFrameWait), GC_ERR_SUCCESS);
-  EXPECT_STREQ(report + 4, "The flow does not fit into the corresponding buffer segment.");
+  EXPECT_EQ(nextErrorText(errors), "The flow does not fit into the corresponding buffer segment.");
   EXPECT_EQ(gentl.DSStopAcquisition(stream, ACQ_STOP_FLAGS_DEFAULT), GC_ERR_SUCCESS);
 }
 
@@ -255,12 +203,9 @@ TEST_F(StreamFileReplay, DynamicFlowSizesOpenButEveryFrameReportsThem) {
   const EVENT_HANDLE event = registerNewBuffer(stream);
   ASSERT_EQ(gentl.DSStartAcquisition(stream, ACQ_START_FLAGS_DEFAULT, 1), GC_ERR_SUCCESS);
   ASSERT_NE(nextBuffer(event), nullptr);
-  char report[256] = {};
-  size_t size = sizeof(report);
-  ASSERT_EQ(gentl.EventGetData(errors, report, &size, kFrameWait), GC_ERR_SUCCESS);
   // The reader's text, followed by where the stream met it.
-  EXPECT_EQ(std::string(report + 4).rfind("Dynamic flow sizes are not supported (FixedFlowSizes == false):", 0), 0u)
-      << report + 4;
+  const std::string report = nextErrorText(errors);
+  EXPECT_EQ(report.rfind("Dynamic flow sizes are not supported (FixedFlowSizes == false):", 0), 0u) << report;
   EXPECT_EQ(gentl.DSStopAcquisition(stream, ACQ_STOP_FLAGS_DEFAULT), GC_ERR_SUCCESS);
 }
 
@@ -305,7 +250,7 @@ TEST_F(StreamFileReplay, FlowTableLongerThanItsRegisterIsRefusedWhileTheFlowsSti
   expectLastError(GC_ERR_ERROR, "flow mapping table size does not fit the register definition");
   std::vector<std::uint8_t> bytes(1024);
   size = bytes.size();
-  EXPECT_EQ(gentl.GCReadPort(port, kGenDCFlowMappingTable, bytes.data(), &size), GC_ERR_ERROR);
+  EXPECT_EQ(gentl.GCReadPort(camera, kGenDCFlowMappingTable, bytes.data(), &size), GC_ERR_ERROR);
 }
 
 // A recording that cannot be replayed leaves the device listed; opening its stream fails with the
