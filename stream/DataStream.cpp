@@ -95,6 +95,9 @@ DataStream::DataStream(const std::shared_ptr<Module>& device, StreamConfiguratio
     } catch (const GenericException& failure) {
       // Kept for the consumer who opens this stream: the device and its other streams stay usable.
       recordingFailure_ = failure;
+    } catch (const std::exception& failure) {
+      // Memory for the recording's tables, or more flows than a flow mapping table can count.
+      recordingFailure_.emplace(GC_ERR_ERROR, "lumo::mockTL::DataStream::DataStream", failure.what());
     }
   }
   initRegisterMap();
