@@ -1,5 +1,6 @@
 // Event exports: registration through a module's event source, then the event operations on an
 // event handle.
+#include "gentl/CallGate.h"
 #include "gentl/ErrorFrame.h"
 #include "gentl/GenTL.h"
 #include "gentl/HandleChecks.h"
@@ -62,12 +63,18 @@ GC_API GCUnregisterEvent(EVENTSRC_HANDLE hEventSrc, EVENT_TYPE iEventID) {
 }
 
 GC_API EventGetData(EVENT_HANDLE hEvent, void* pBuffer, size_t* piSize, uint64_t iTimeout) {
-  return error::doReturn([&] {
+  return error::doReturnUngated([&] {
     constexpr const char* where = LMMOCKTL_BODY(EventGetData);
-    checks::requireInitialised(where);
-    checks::requirePointer(piSize, where, "piSize<=0");
-    const std::shared_ptr<Event> event = checks::requireRegisteredEvent(
-        hEvent, where, {"invalid handle", "invalid handle", GC_ERR_INVALID_PARAMETER, "event was never registered"});
+    std::shared_ptr<Event> event;
+    {
+      // For the look-up only: the wait keeps its event (and the buffers queued in it) alive
+      // itself, and GCCloseLib must not wait for its timeout.
+      const CallGate::Pass pass;
+      checks::requireInitialised(where);
+      checks::requirePointer(piSize, where, "piSize<=0");
+      event = checks::requireRegisteredEvent(
+          hEvent, where, {"invalid handle", "invalid handle", GC_ERR_INVALID_PARAMETER, "event was never registered"});
+    }
     event->GetData(pBuffer, *piSize, iTimeout);
   });
 }

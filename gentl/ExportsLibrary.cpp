@@ -1,6 +1,7 @@
 // Library lifecycle, library info and last-error exports.
 #include <cstring>
 
+#include "gentl/CallGate.h"
 #include "gentl/ErrorFrame.h"
 #include "gentl/GenTL.h"
 #include "gentl/HandleChecks.h"
@@ -21,10 +22,15 @@ GC_API GCInitLib(void) {
 }
 
 GC_API GCCloseLib(void) {
-  const GC_ERROR result = error::doReturn([] {
-    checks::requireInitialised(LMMOCKTL_BODY(GCCloseLib));
-    Library::setInitialised(false);
-    TransportLayer::Shutdown();
+  const GC_ERROR result = error::doReturnUngated([] {
+    {
+      const CallGate::Pass pass;
+      checks::requireInitialised(LMMOCKTL_BODY(GCCloseLib));
+      Library::setInitialised(false);
+    }
+    // Calls already inside finish against the tree they found; calls arriving meanwhile wait,
+    // then find the library closed.
+    CallGate::instance().closeAfterDrain([] { TransportLayer::Shutdown(); });
   });
   if (result == GC_ERR_SUCCESS) {
     // Errors never survive from one initialised period into the next.

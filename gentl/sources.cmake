@@ -1,4 +1,5 @@
 list(APPEND LMMOCKTL_CORE_SOURCES
+  "${CMAKE_CURRENT_LIST_DIR}/CallGate.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/ErrorFrame.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/GenericException.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/HandleRegistry.cpp"

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Builds LmMockTL and runs the whole test suite three times: a plain optimised build, an
 # AddressSanitizer + UndefinedBehaviorSanitizer build, and a ThreadSanitizer build of the
-# unit and black-box tests (the concurrency cases among them); then runs every fuzzing harness
+# unit, black-box and stress tests (the concurrency cases among them); then runs every fuzzing harness
 # for a short while (LMMOCKTL_FUZZ_SECONDS per harness, 15 unless set; 0 skips it). Mirrors CI
 # exactly.
 set -euo pipefail
@@ -31,7 +31,7 @@ ASAN_OPTIONS=detect_leaks=1:strict_string_checks=1:intercept_tls_get_addr=0 UBSA
 echo "== ThreadSanitizer"
 configure_and_build build/tsan -DCMAKE_BUILD_TYPE=RelWithDebInfo -DLMMOCKTL_SANITIZE=thread
 TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1 \
-  ctest --test-dir "$root/build/tsan" --output-on-failure -L 'unit|blackbox'
+  ctest --test-dir "$root/build/tsan" --output-on-failure -L 'unit|blackbox|stress'
 
 fuzzSeconds=${LMMOCKTL_FUZZ_SECONDS:-15}
 if [ "$fuzzSeconds" -gt 0 ]; then

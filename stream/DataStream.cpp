@@ -274,15 +274,24 @@ void DataStream::RevokeBuffer(const void* handle, void** buffer, void** privateD
 }
 
 void DataStream::QueueBuffer(const std::shared_ptr<Resource>& resource) {
-  BufferBase& buffer = resource->buffer();
-  // Claiming the flag first keeps a buffer out of the input queue twice, also when two threads
-  // queue it at once; it also refuses a delivered buffer that the consumer has not taken yet.
-  if (!buffer.claimQueued()) {
+  if (!queueUnlessQueued(resource)) {
     throw GenericException(GC_ERR_INVALID_BUFFER, "lumo::mockTL::DataStream::QueueBuffer", "Buffer is already queued");
   }
-  buffer.clearNewData();
+}
+
+bool DataStream::queueUnlessQueued(const std::shared_ptr<Resource>& resource) {
+  BufferBase& buffer = resource->buffer();
+  // The flag keeps a buffer out of the input queue twice, also when two threads queue it at once;
+  // it also refuses a delivered buffer that the consumer has not taken yet. Claimed under the
+  // input-queue mutex, so that a discard, which clears the queue and the flags under that mutex,
+  // finds a buffer queued at the same time either queued and flagged or neither.
   std::lock_guard lock(inputQueueMutex_);
+  if (!buffer.claimQueued()) {
+    return false;
+  }
+  buffer.clearNewData();
   inputQueue_.push_back(resource);
+  return true;
 }
 
 std::shared_ptr<Resource> DataStream::BufferByIndex(std::uint32_t index) const {
@@ -344,7 +353,8 @@ void DataStream::flush(ACQ_QUEUE_TYPE mode) {
         }
       }
       for (const auto& resource : unqueued) {
-        QueueBuffer(resource);
+        // One that a consumer queued since it was collected is already where this puts it.
+        queueUnlessQueued(resource);
       }
       return;
     }
@@ -364,14 +374,28 @@ void DataStream::flush(ACQ_QUEUE_TYPE mode) {
       return;
     }
     case ACQ_QUEUE_ALL_DISCARD: {
-      stopIfGrabbing();
-      outputQueue_->Flush();
-      {
-        std::lock_guard lock(inputQueueMutex_);
-        inputQueue_.clear();
+      // Held throughout, so that no start slips in between the stop and the discard and hands the
+      // acquisition thread a buffer whose flag is about to be cleared.
+      std::lock_guard grab(moduleMutex());
+      if (grabbing_) {
+        endAcquisitionLocked();
       }
-      std::lock_guard lock(bufferMapMutex_);
-      for (const auto& [id, resource] : buffers_) {
+      std::vector<std::shared_ptr<Resource>> announced;
+      {
+        std::lock_guard lock(bufferMapMutex_);
+        for (const auto& [id, resource] : buffers_) {
+          announced.push_back(resource);
+        }
+      }
+      // Queues and flags are cleared under one hold of the input-queue mutex: a buffer that a
+      // consumer queues meanwhile is either discarded with its flag or stays queued with it.
+      std::lock_guard lock(inputQueueMutex_);
+      outputQueue_->Flush();
+      for (const auto& resource : inputQueue_) {
+        resource->buffer().setQueued(false);
+      }
+      inputQueue_.clear();
+      for (const auto& resource : announced) {
         resource->buffer().setQueued(false);
       }
       return;

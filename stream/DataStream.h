@@ -37,14 +37,18 @@ namespace lumo::mockTL {
 // acquisition thread while it grabs. Its public operations are the consumer's face and may be
 // called from any thread; the acquisition thread sees only the FillSide face.
 //
-// Locks, none held while another of them is taken:
+// Locks:
 // - the module mutex: starting and stopping acquisition (the thread object), which joins the
 //   acquisition thread while holding it; the thread therefore never takes it;
 // - the settings mutex: the stream record's image and GenDC settings and what is computed from
 //   them (payload size, container layout, flow sizes, flow table, descriptor); the acquisition
 //   thread takes it briefly for every frame;
 // - the buffer-map mutex: the announced buffers;
-// - the input-queue mutex: the input queue; the acquisition thread takes it to pop a buffer.
+// - the input-queue mutex: the input queue and the claiming of the buffers' queued flags; the
+//   acquisition thread takes it to pop a buffer.
+// Where two are held at once they are taken in this order: module, buffer-map, input-queue, then
+// the output queue's own mutex (the discarding flush holds the module mutex throughout, and moves
+// between the queues hold the input-queue mutex); the settings mutex is never held with another.
 // The grabbing and open flags, the number of images, the started count and the buffers' flags are
 // atomics read without a lock.
 //
@@ -183,6 +187,8 @@ class DataStream final : public SpecificModule<void*>,
   // holding the module mutex, which the device's close takes after its own.
   std::int64_t framePeriod() const;
   void endAcquisitionLocked();
+  // QueueBuffer without the failure: false when the buffer is queued already.
+  bool queueUnlessQueued(const std::shared_ptr<Resource>& resource);
   void stopIfGrabbing();
   static void requireSize(const char* where, std::uint64_t size);
   void requireSingleFlow(const char* where) const;

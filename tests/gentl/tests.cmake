@@ -1,4 +1,5 @@
 list(APPEND LMMOCKTL_UNIT_TESTS
+  "${CMAKE_CURRENT_LIST_DIR}/CallGateTest.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/ErrorFrameTest.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/ExportsEventTest.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/HandleRegistryTest.cpp"
