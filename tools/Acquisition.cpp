@@ -1,5 +1,8 @@
 #include "tools/Acquisition.h"
 
+#include <algorithm>
+#include <numeric>
+
 #include "tools/InfoQuery.h"
 #include "tools/ToolError.h"
 
@@ -31,11 +34,13 @@ void Acquisition::announce(unsigned bufferCount, std::size_t payloadSize,
       gentl_.check(gentl_.DSAllocAndAnnounceBuffer(stream_, payloadSize_, nullptr, &buffer),
                    "DSAllocAndAnnounceBuffer");
     } else {
-      std::vector<void*> bases;
       std::vector<size_t> sizes(segmentSizes.begin(), segmentSizes.end());
-      for (std::size_t size : segmentSizes) {
-        segments_.emplace_back(size);
-        bases.push_back(segments_.back().data());
+      std::vector<std::uint8_t>& block = blocks_.emplace_back(std::accumulate(sizes.begin(), sizes.end(), size_t{0}));
+      std::vector<void*> bases;
+      size_t offset = 0;
+      for (size_t size : sizes) {
+        bases.push_back(block.data() + offset);
+        offset += size;
       }
       gentl_.check(
           gentl_.DSAnnounceCompositeBuffer(stream_, sizes.size(), bases.data(), sizes.data(), nullptr, &buffer),
@@ -45,6 +50,32 @@ void Acquisition::announce(unsigned bufferCount, std::size_t payloadSize,
     gentl_.check(gentl_.DSQueueBuffer(stream_, buffer), "DSQueueBuffer");
   }
   gentl_.check(gentl_.GCRegisterEvent(stream_, EVENT_NEW_BUFFER, &newBuffer_), "GCRegisterEvent");
+}
+
+Acquisition::FlowLayout Acquisition::flowLayout() const {
+  FlowLayout layout;
+  INFO_DATATYPE type = INFO_DATATYPE_UNKNOWN;
+  size_t size = 0;
+  if (gentl_.DSGetInfo(stream_, STREAM_INFO_GENDC_PREFETCH_DESCRIPTOR, &type, nullptr, &size) != GC_ERR_SUCCESS ||
+      size == 0) {
+    return layout;
+  }
+  layout.prefetchDescriptor.resize(size);
+  gentl_.check(
+      gentl_.DSGetInfo(stream_, STREAM_INFO_GENDC_PREFETCH_DESCRIPTOR, &type, layout.prefetchDescriptor.data(), &size),
+      "DSGetInfo(STREAM_INFO_GENDC_PREFETCH_DESCRIPTOR)");
+  layout.prefetchDescriptor.resize(size);
+  uint32_t flows = 0;
+  gentl_.check(gentl_.DSGetNumFlows(stream_, &flows), "DSGetNumFlows");
+  for (uint32_t flow = 0; flow < flows; ++flow) {
+    layout.sizes.push_back(infoValue<std::uint64_t>(
+        gentl_,
+        [&](INFO_DATATYPE* infoType, void* buffer, size_t* infoSize) {
+          return gentl_.DSGetFlowInfo(stream_, flow, FLOW_INFO_SIZE, infoType, buffer, infoSize);
+        },
+        "DSGetFlowInfo(FLOW_INFO_SIZE)"));
+  }
+  return layout;
 }
 
 Acquisition::~Acquisition() { release(); }
@@ -59,7 +90,7 @@ void Acquisition::release() {
   gentl_.DSFlushQueue(stream_, ACQ_QUEUE_ALL_DISCARD);
   for (BUFFER_HANDLE buffer : buffers_) gentl_.DSRevokeBuffer(stream_, buffer, nullptr, nullptr);
   buffers_.clear();
-  segments_.clear();
+  blocks_.clear();
   if (newBuffer_ != nullptr) gentl_.GCUnregisterEvent(stream_, EVENT_NEW_BUFFER);
   newBuffer_ = nullptr;
   gentl_.DSClose(stream_);
@@ -85,6 +116,15 @@ Acquisition::Frame Acquisition::next(std::uint64_t timeoutMs) {
   frame.frameId = bufferInfo<std::uint64_t>(frame.buffer, BUFFER_INFO_FRAMEID, 0);
   frame.sizeFilled = bufferInfo<size_t>(frame.buffer, BUFFER_INFO_SIZE_FILLED, payloadSize_);
   frame.base = static_cast<const std::uint8_t*>(bufferInfo<void*>(frame.buffer, BUFFER_INFO_BASE, nullptr));
+  if (!blocks_.empty()) {
+    // A composite buffer: its segments lie back to back in the block announced for it.
+    const auto index =
+        static_cast<std::size_t>(std::find(buffers_.begin(), buffers_.end(), frame.buffer) - buffers_.begin());
+    if (index < blocks_.size()) {
+      frame.base = blocks_[index].data();
+      frame.sizeFilled = blocks_[index].size();
+    }
+  }
   frame.imageOffset = bufferInfo<size_t>(frame.buffer, BUFFER_INFO_IMAGEOFFSET, 0);
   frame.payloadType = static_cast<std::int32_t>(bufferInfo<size_t>(frame.buffer, BUFFER_INFO_PAYLOADTYPE, 0));
   frame.width = bufferInfo<size_t>(frame.buffer, BUFFER_INFO_WIDTH, 0);

@@ -39,9 +39,18 @@ class Acquisition {
   DS_HANDLE stream() const { return stream_; }
   std::size_t payloadSize() const { return payloadSize_; }
 
+  // The stream's GenDC flows and the descriptor of the containers it will deliver: both empty while
+  // it delivers plain images. Throws ToolError.
+  struct FlowLayout {
+    std::vector<std::uint64_t> sizes;
+    std::vector<std::uint8_t> prefetchDescriptor;
+  };
+  FlowLayout flowLayout() const;
+
   // Announces and queues `bufferCount` buffers of the stream's payload size (or `payloadSize` when
   // the stream does not define it) and registers the new-buffer event. With `segmentSizes`, each
-  // buffer is instead a composite buffer of those segments, held here. Throws ToolError.
+  // buffer is instead a composite buffer of those segments, held here back to back, so that a
+  // frame's flows read as one container from Frame::base. Throws ToolError.
   void announce(unsigned bufferCount, std::size_t payloadSize, const std::vector<std::size_t>& segmentSizes = {});
   // Starts acquiring `count` frames (0: until stopped).
   void start(std::uint64_t count);
@@ -68,7 +77,8 @@ class Acquisition {
   DS_HANDLE stream_ = nullptr;
   std::size_t payloadSize_ = 0;
   std::vector<BUFFER_HANDLE> buffers_;
-  std::vector<std::vector<std::uint8_t>> segments_;  // composite buffers' memory, revoked before freed
+  // Composite buffers' memory, one block per buffer in the order of buffers_, revoked before freed.
+  std::vector<std::vector<std::uint8_t>> blocks_;
   EVENT_HANDLE newBuffer_ = nullptr;
   bool started_ = false;
 };

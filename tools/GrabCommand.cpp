@@ -79,7 +79,9 @@ StreamResult grabStream(const GenTLLibrary& gentl, DEV_HANDLE device, const GenT
     }
   }
   Acquisition acquisition(gentl, device, streamId);
-  acquisition.announce(options.buffers, fallbackPayload);
+  // A stream that delivers GenDC flows fills composite buffers of one segment per flow.
+  const std::vector<std::uint64_t> flows = acquisition.flowLayout().sizes;
+  acquisition.announce(options.buffers, fallbackPayload, std::vector<std::size_t>(flows.begin(), flows.end()));
   // GenTL consumers lock the transport layer parameters while grabbing.
   const bool lockable = remote != nullptr && arv_gc_get_node(remote->genicam(), "TLParamsLocked") != nullptr;
   if (lockable) FeaturesCommand::apply(*remote, "TLParamsLocked=1", true);

@@ -23,62 +23,14 @@ namespace {
 using lumo::mockTL::LmR::Flow;
 using lumo::mockTL::LmR::StreamFileWriter;
 
-// The stream's flows as the data stream module reports them, with its prefetch descriptor.
-struct FlowLayout {
-  std::vector<std::uint64_t> sizes;
-  std::vector<std::uint8_t> prefetchDescriptor;
-};
-
-FlowLayout readFlowLayout(const GenTLLibrary& gentl, DS_HANDLE stream, const std::string& streamId) {
-  FlowLayout layout;
-  uint32_t flows = 0;
-  gentl.check(gentl.DSGetNumFlows(stream, &flows), "DSGetNumFlows");
-  if (flows == 0) {
-    throw ToolError("stream " + streamId + " delivers no GenDC flows (DSGetNumFlows reports 0)");
-  }
-  for (uint32_t flow = 0; flow < flows; ++flow) {
-    layout.sizes.push_back(infoValue<std::uint64_t>(
-        gentl,
-        [&](INFO_DATATYPE* type, void* buffer, size_t* size) {
-          return gentl.DSGetFlowInfo(stream, flow, FLOW_INFO_SIZE, type, buffer, size);
-        },
-        "DSGetFlowInfo(FLOW_INFO_SIZE)"));
-  }
-  INFO_DATATYPE type = INFO_DATATYPE_UNKNOWN;
-  size_t size = 0;
-  if (gentl.DSGetInfo(stream, STREAM_INFO_GENDC_PREFETCH_DESCRIPTOR, &type, nullptr, &size) == GC_ERR_SUCCESS &&
-      size > 0) {
-    layout.prefetchDescriptor.resize(size);
-    gentl.check(
-        gentl.DSGetInfo(stream, STREAM_INFO_GENDC_PREFETCH_DESCRIPTOR, &type, layout.prefetchDescriptor.data(), &size),
-        "DSGetInfo(STREAM_INFO_GENDC_PREFETCH_DESCRIPTOR)");
-    layout.prefetchDescriptor.resize(size);
-  }
-  return layout;
-}
-
-// The flows of one delivered buffer: a composite buffer's segments, one per flow, or the flows one
-// after the other in a single buffer.
-std::vector<Flow> flowsOf(const GenTLLibrary& gentl, const Acquisition& acquisition, const Acquisition::Frame& frame,
-                          const FlowLayout& layout) {
+// The flows of one delivered frame, one after the other from its base: composite buffers are
+// announced with their segments back to back.
+std::vector<Flow> flowsOf(const Acquisition& acquisition, const Acquisition::Frame& frame,
+                          const Acquisition::FlowLayout& layout) {
   std::vector<Flow> flows;
-  uint32_t segments = 0;
-  if (gentl.DSGetNumBufferSegments(acquisition.stream(), frame.buffer, &segments) == GC_ERR_SUCCESS &&
-      segments == layout.sizes.size() && segments > 1) {
-    for (uint32_t segment = 0; segment < segments; ++segment) {
-      void* base = nullptr;
-      INFO_DATATYPE type = INFO_DATATYPE_UNKNOWN;
-      size_t size = sizeof(base);
-      gentl.check(gentl.DSGetBufferSegmentInfo(acquisition.stream(), frame.buffer, segment, SEGMENT_INFO_BASE, &type,
-                                               &base, &size),
-                  "DSGetBufferSegmentInfo(SEGMENT_INFO_BASE)");
-      flows.push_back({static_cast<const std::uint8_t*>(base), layout.sizes[segment]});
-    }
-    return flows;
-  }
   std::uint64_t offset = 0;
   for (std::uint64_t size : layout.sizes) {
-    if (offset + size > acquisition.payloadSize()) {
+    if (offset + size > std::max<std::uint64_t>(acquisition.payloadSize(), frame.sizeFilled)) {
       throw ToolError("frame " + std::to_string(frame.frameId) + "'s buffer is smaller than its flows");
     }
     flows.push_back({frame.base + offset, size});
@@ -153,9 +105,11 @@ int RecordCommand::run(const GenTLLibrary& gentl, CommandLine& line) {
   for (const std::string& word : words) FeaturesCommand::apply(*camera, word, true);
 
   Acquisition acquisition(gentl, device, streamId);
-  const FlowLayout layout = readFlowLayout(gentl, acquisition.stream(), streamId);
-  std::vector<std::size_t> segmentSizes;
-  if (layout.sizes.size() > 1) segmentSizes.assign(layout.sizes.begin(), layout.sizes.end());
+  const Acquisition::FlowLayout layout = acquisition.flowLayout();
+  if (layout.sizes.empty()) {
+    throw ToolError("stream " + streamId + " delivers no GenDC flows (it streams plain images)");
+  }
+  const std::vector<std::size_t> segmentSizes(layout.sizes.begin(), layout.sizes.end());
 
   const std::filesystem::path infoFile = *out;
   if (infoFile.has_parent_path()) {
@@ -189,7 +143,7 @@ int RecordCommand::run(const GenTLLibrary& gentl, CommandLine& line) {
         writer.emplace(infoFile, layout.sizes, layout.prefetchDescriptor, perFile);
       }
       lastId = frame.frameId;
-      const std::vector<Flow> flows = flowsOf(gentl, acquisition, frame, layout);
+      const std::vector<Flow> flows = flowsOf(acquisition, frame, layout);
       writer->append(flows);
       acquisition.requeue(frame);
     }
