@@ -107,7 +107,6 @@ inline constexpr const char* kRigConfiguration = R"({
 
 // Register addresses the threads read and write.
 inline constexpr std::uint64_t kStreamQueuedRegister = 0x8;
-inline constexpr std::uint64_t kStreamDeliveredRegister = 0x14;
 inline constexpr std::uint64_t kDeviceStreamCountRegister = 0x500;
 inline constexpr std::uint64_t kBufferIsQueuedRegister = 0x18;
 inline constexpr std::uint64_t kRemoteSleepBetweenFrames = 0x60;
