@@ -5,6 +5,7 @@ list(APPEND LMMOCKTL_CORE_SOURCES
   "${CMAKE_CURRENT_LIST_DIR}/ContainerDescriptor.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/ContainerHeader.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/ContainerLayout.cpp"
+  "${CMAKE_CURRENT_LIST_DIR}/DescriptorReader.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/FieldTable.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/FlowMappingTable.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/HeaderBase.cpp"

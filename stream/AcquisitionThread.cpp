@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <exception>
 #include <functional>
+#include <stdexcept>
 #include <utility>
 
 #include "gentl/GenTL.h"
@@ -24,16 +25,22 @@ Clock::time_point after(Clock::time_point from, std::int64_t period) {
   return step >= Clock::time_point::max() - from ? Clock::time_point::max() : from + step;
 }
 
-// Fills one buffer for the frame whose image the started count picks. A failure is reported and
-// leaves the buffer as the fill left it.
-void fill(FillSide& side, BufferBase& buffer, const std::vector<std::shared_ptr<const SourceImage>>& images) {
+// Fills one buffer for run frame `runFrame`: a recorded flow set, or the image the started count
+// picks. A failure is reported and leaves the buffer as the fill left it.
+void fill(FillSide& side, BufferBase& buffer, AcquisitionThread::Plan& plan, std::uint64_t runFrame,
+          std::vector<FlowRecord>& flows) {
   try {
-    std::shared_ptr<const SourceImage> image;
-    if (!images.empty()) {
-      image = images[side.startedCount() % images.size()];
+    if (plan.recording != nullptr) {
+      // A recorded frame keeps the timestamp the buffer had: nothing in it is made now.
+      AcquisitionThread::copyRecordedFrame(*plan.recording, plan.startFrame, runFrame, buffer, flows);
+      buffer.setNewData();
+      return;
     }
-    buffer.copyImage(std::move(image));
-    buffer.stampTimestamp();
+    std::shared_ptr<const SourceImage> image;
+    if (!plan.images.empty()) {
+      image = plan.images[side.startedCount() % plan.images.size()];
+    }
+    buffer.stampTimestamp(buffer.copyImage(std::move(image)));
   } catch (const std::exception& failure) {
     side.reportFillFailure(failure.what());
   } catch (const error::GenericException& failure) {
@@ -50,6 +57,25 @@ void AcquisitionThread::start(FillSide& side, Plan plan) {
 
 void AcquisitionThread::join() { thread_.join(); }
 
+void AcquisitionThread::copyRecordedFrame(ContainerReader& recording, std::uint64_t startFrame, std::uint64_t runFrame,
+                                          BufferBase& buffer, std::vector<FlowRecord>& flows) {
+  const std::uint64_t frames = recording.frameCount();
+  if (frames == 0) {
+    throw std::runtime_error("the stream file holds no flow sets");
+  }
+  // (start + run) mod frames without wrapping at 64 bits: a recording of empty flows may claim
+  // almost 2^64 flow sets, and the start frame is the consumer's.
+  const std::uint64_t start = startFrame % frames;
+  const std::uint64_t run = runFrame % frames;
+  const std::uint64_t frame = run >= frames - start ? run - (frames - start) : start + run;
+  const std::span<const LmR::Flow> recorded = recording.flowsOf(frame);
+  flows.resize(recorded.size());
+  for (std::size_t i = 0; i < recorded.size(); ++i) {
+    flows[i] = {recorded[i].size, recorded[i].data};
+  }
+  buffer.copyFlowData(flows);
+}
+
 void AcquisitionThread::run(FillSide& side, Plan plan) noexcept {
   const bool paced = plan.framePeriod > 0;
   if (paced) {
@@ -58,6 +84,7 @@ void AcquisitionThread::run(FillSide& side, Plan plan) noexcept {
   try {
     Clock::time_point deadline = Clock::now();
     std::uint64_t runFrame = 0;
+    std::vector<FlowRecord> flows;
     for (;;) {
       const std::uint64_t wanted = side.numberOfImages();
       if ((wanted != GENTL_INFINITE && runFrame >= wanted) || !side.isGrabbing()) {
@@ -65,7 +92,7 @@ void AcquisitionThread::run(FillSide& side, Plan plan) noexcept {
       }
       if (std::shared_ptr<Resource> resource = side.takeQueuedBuffer()) {
         BufferBase& buffer = resource->buffer();
-        fill(side, buffer, plan.images);
+        fill(side, buffer, plan, runFrame, flows);
         buffer.setFrameId(runFrame);
         side.deliver(std::move(resource));
         ++runFrame;

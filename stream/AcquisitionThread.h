@@ -5,7 +5,9 @@
 #include <thread>
 #include <vector>
 
+#include "source/ContainerReader.h"
 #include "source/SourceImage.h"
+#include "stream/BufferBase.h"
 #include "stream/FillSide.h"
 
 namespace lumo::mockTL {
@@ -31,7 +33,19 @@ class AcquisitionThread {
     // The images of an image-file source, cycled by the stream's started count; empty for
     // generated images.
     std::vector<std::shared_ptr<const SourceImage>> images;
+    // The stream file replayed instead, owned by the stream, which joins the thread before it
+    // lets go of it; the thread is its only reader while it runs. Run frame n replays flow set
+    // (startFrame + n) mod its frame count.
+    ContainerReader* recording = nullptr;
+    std::uint64_t startFrame = 0;
   };
+
+  // Copies flow set (startFrame + runFrame) mod frame count of `recording` into `buffer`'s
+  // segments, each flow once, straight from the mapping; `flows` is scratch space kept
+  // across frames so that nothing is allocated per frame. Throws std::runtime_error for a
+  // recording without flow sets, and what the reader and the buffer's copyFlowData throw.
+  static void copyRecordedFrame(ContainerReader& recording, std::uint64_t startFrame, std::uint64_t runFrame,
+                                BufferBase& buffer, std::vector<FlowRecord>& flows);
 
   AcquisitionThread() = default;
   AcquisitionThread(const AcquisitionThread&) = delete;

@@ -80,9 +80,12 @@ void BufferBase::setFrameId(std::uint64_t frameId) {
   newData_ = true;
 }
 
-void BufferBase::stampTimestamp() {
+void BufferBase::stampTimestamp(FrameContent content) {
   const std::uint64_t now = platform::monotonicNanoseconds();
   timestamp_ = now;
+  if (content == FrameContent::GenDCContainer) {
+    return;
+  }
   std::array<std::byte, sizeof(now)> bytes;
   for (std::size_t i = 0; i < bytes.size(); ++i) {
     bytes[i] = static_cast<std::byte>(now >> (8 * i));
@@ -95,14 +98,14 @@ std::int32_t BufferBase::payloadType() const {
   return lockStream()->usesFlows() ? PAYLOAD_TYPE_GENDC : PAYLOAD_TYPE_IMAGE;
 }
 
-void BufferBase::copyImage(std::shared_ptr<const SourceImage> image) {
+FrameContent BufferBase::copyImage(std::shared_ptr<const SourceImage> image) {
   if (stream_.expired()) {
     streamGone();
   }
-  const Segment& first = segments_.front();
-  fillingStream_->writeFrame({first.base, static_cast<std::size_t>(first.size)}, image.get());
+  const FrameContent content = fillingStream_->writeFrame(segments_, image.get());
   std::lock_guard lock(moduleMutex());
   lastSourceImage_ = std::move(image);
+  return content;
 }
 
 void BufferBase::copyFlowData(std::span<const FlowRecord> flows) {

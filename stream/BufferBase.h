@@ -22,6 +22,10 @@ struct Segment {
   std::uint64_t size;
 };
 
+// What a fill wrote into a buffer: an image, whose first 8 bytes then carry the timestamp, or a
+// GenDC container, whose descriptor the timestamp must not overwrite.
+enum class FrameContent { Image, GenDCContainer };
+
 // One flow of a recorded frame, as the acquisition thread hands it to a composite buffer.
 struct FlowRecord {
   std::uint64_t size;
@@ -59,9 +63,9 @@ class BufferBase : public SpecificModule<void*> {
 
   void setNewData() { newData_ = true; }
   void setFrameId(std::uint64_t frameId);
-  // Reads the clock and stores it as the timestamp, and writes it little-endian into the first 8
-  // bytes of the first segment (fewer when the segment is shorter).
-  void stampTimestamp();
+  // Reads the clock and stores it as the timestamp; after an image fill also writes it
+  // little-endian into the first 8 bytes of the first segment (fewer when the segment is shorter).
+  void stampTimestamp(FrameContent content = FrameContent::Image);
 
   bool isQueued() const { return queued_; }
   void setQueued(bool queued) { queued_ = queued; }
@@ -76,13 +80,13 @@ class BufferBase : public SpecificModule<void*> {
   bool isGenDC() const { return payloadType() == PAYLOAD_TYPE_GENDC; }
   bool isMultiPart() const { return payloadType() == PAYLOAD_TYPE_MULTI_PART; }
 
-  // Writes one frame of the stream's current image settings into the first segment: a copy of
-  // `image`, or the stream's generated image when there is none; a segment too small for the
-  // stream's payload is left as it is. Remembers `image` as the last source image. Called on the
-  // stream's acquisition thread only, which the stream outlives. Throws std::invalid_argument "The
-  // given data stream handle is not valid." when the stream is gone, and what the image writers
-  // throw.
-  virtual void copyImage(std::shared_ptr<const SourceImage> image);
+  // Writes one frame of the stream's current settings (DataStream::writeFrame): a copy of
+  // `image`, or the stream's generated image when there is none, into the first segment, or a
+  // GenDC container carrying it; a segment too small for the stream's image is left as it is.
+  // Remembers `image` as the last source image. Called on the stream's acquisition thread only,
+  // which the stream outlives. Throws std::invalid_argument "The given data stream handle is not
+  // valid." when the stream is gone, and what writeFrame throws.
+  virtual FrameContent copyImage(std::shared_ptr<const SourceImage> image);
   // Copies a recorded frame's flows into the segments. Only composite buffers take flows: this
   // throws std::logic_error "Buffer class does not implement CopyFlowData".
   virtual void copyFlowData(std::span<const FlowRecord> flows);

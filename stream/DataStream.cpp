@@ -1,11 +1,17 @@
 #include "stream/DataStream.h"
 
+#include <algorithm>
 #include <cassert>
+#include <cstring>
 #include <new>
 #include <stdexcept>
 #include <string_view>
 #include <utility>
 
+#include "gendc/Container.h"
+#include "gendc/ContainerDescriptor.h"
+#include "gendc/DescriptorReader.h"
+#include "gendc/FlowMappingTable.h"
 #include "gentl/GenericException.h"
 #include "module/Info.h"
 #include "module/ProducerIdentity.h"
@@ -35,6 +41,16 @@ enum : std::uint32_t {
 constexpr std::uint32_t kPaddingOn = 1;
 constexpr std::size_t kAnnounceAlignment = 1;
 constexpr std::size_t kMaxChunks = 0;
+// The camera's GenDCFlowMappingTable register is this long; the stream's flow table query keeps
+// to it as well, so that both deliver the same table or refuse it alike.
+constexpr std::size_t kFlowTableRegisterLength = 1024;
+
+// The flow table and descriptor queries share this origin with the camera's GenDC registers.
+constexpr const char* kInfoOrigin = "lumo::mockTL::DataStream::getInfo";
+
+[[noreturn]] void noFlows() {
+  throw GenericException(GC_ERR_NO_DATA, kInfoOrigin, "command is invalid while flow mechanism is not used");
+}
 
 // A numeric stream answer: written without looking at the caller's size, as consumers of this
 // query have always been served.
@@ -45,6 +61,17 @@ void reportNumber(INFO_DATATYPE& type, void* destination, std::size_t& size, T v
 
 void reportFlag(INFO_DATATYPE& type, void* destination, std::size_t& size, bool value) {
   reportNumber(type, destination, size, static_cast<std::uint8_t>(value ? 1 : 0), INFO_DATATYPE_BOOL8);
+}
+
+// The flow table and descriptor answers are not refused for a short buffer: consumers ask the
+// size first and have always been answered so. A shorter buffer gets as many bytes as it holds,
+// never more, and the full size.
+void reportBytes(INFO_DATATYPE& type, void* destination, std::size_t& size, const std::vector<std::uint8_t>& bytes) {
+  if (destination != nullptr && !bytes.empty()) {
+    std::memcpy(destination, bytes.data(), std::min(size, bytes.size()));
+  }
+  size = bytes.size();
+  type = INFO_DATATYPE_BUFFER;
 }
 
 // Makes a Resource around a freshly created buffer; running out of memory on the way is the
@@ -62,6 +89,17 @@ std::shared_ptr<Resource> makeResource(const char* where, Make make, void* priva
 
 DataStream::DataStream(const std::shared_ptr<Module>& device, StreamConfiguration configuration)
     : SpecificModule(device), configuration_(std::move(configuration)) {
+  if (configuration_.isStreamFile) {
+    try {
+      openRecording();
+    } catch (const GenericException& failure) {
+      // Kept for the consumer who opens this stream: the device and its other streams stay usable.
+      recordingFailure_ = failure;
+    } catch (const std::exception& failure) {
+      // Memory for the recording's tables, or more flows than a flow mapping table can count.
+      recordingFailure_.emplace(GC_ERR_ERROR, "lumo::mockTL::DataStream::DataStream", failure.what());
+    }
+  }
   initRegisterMap();
   initEvents();
   std::lock_guard lock(settingsMutex_);
@@ -69,7 +107,47 @@ DataStream::DataStream(const std::shared_ptr<Module>& device, StreamConfiguratio
   for (const auto& entry : configuration_.images) {
     sourceImages_.push_back(entry.image);
   }
-  payloadSize_ = imageGeometryLocked().payloadSize();
+  recomputeLocked();
+}
+
+// The buffers of a replayed stream report the image of the recording's first part, as its
+// descriptor states it. A descriptor that is not GenDC, or whose first part is not a 2D image,
+// leaves the configured geometry: the frames are replayed all the same.
+void DataStream::takeRecordedGeometry() {
+  try {
+    const GenDc::PartImage image = GenDc::DescriptorReader(descriptor_).part(0, 0);
+    configuration_.width = image.width;
+    configuration_.height = image.height;
+    configuration_.pixelFormat = image.pixelFormat;
+    configuration_.paddingMode = image.paddingX != 0 || image.paddingY != 0 ? static_cast<std::int32_t>(kPaddingOn) : 0;
+    configuration_.paddingPixelCountX = image.paddingX;
+    configuration_.paddingLineCountY = image.paddingY;
+  } catch (const std::exception&) {
+    // Not an image the stream can describe.
+  }
+}
+
+// A recording's flows, table and descriptor are what it was recorded with; they never change.
+void DataStream::openRecording() {
+  constexpr const char* where = "lumo::mockTL::DataStream::DataStream";
+  auto recording = std::make_unique<ContainerReader>(configuration_.path);
+  if (recording->prefetchDescriptor().empty()) {
+    throw GenericException(GC_ERR_INVALID_VALUE, where, "prefetch descriptor must not be empty");
+  }
+  if (recording->flowSizes().empty()) {
+    // Nothing to copy into a segment, and no composite buffer of 0 segments exists.
+    throw GenericException(GC_ERR_INVALID_VALUE, where, "stream file flow sets must have at least one flow");
+  }
+  flowSizes_ = recording->flowSizes();
+  flowTable_ = GenDc::FlowMappingTable::bytesFor(flowSizes_);
+  descriptor_ = recording->prefetchDescriptor();
+  takeRecordedGeometry();
+  // The reader accepted the recording only when its flow sizes add up within 64 bits.
+  payloadSize_ = 0;
+  for (const std::uint64_t size : flowSizes_) {
+    payloadSize_ += size;
+  }
+  recording_ = std::move(recording);
 }
 
 DataStream::~DataStream() {
@@ -86,6 +164,9 @@ void DataStream::open() {
   std::lock_guard lock(moduleMutex());
   if (open_) {
     throw GenericException(GC_ERR_RESOURCE_IN_USE, "lumo::mockTL::DataStream::open", "ds already open");
+  }
+  if (recordingFailure_) {
+    throw *recordingFailure_;
   }
   open_ = true;
 }
@@ -323,6 +404,10 @@ void DataStream::startGrabbing(ACQ_START_FLAGS flags, std::uint64_t numberOfImag
   {
     std::lock_guard lock(settingsMutex_);
     plan.images = sourceImages_;
+    if (recording_ != nullptr) {
+      plan.recording = recording_.get();
+      plan.startFrame = genDC_.streamFileStartFrameId;
+    }
   }
   std::lock_guard lock(moduleMutex());
   if (grabbing_) {
@@ -431,28 +516,80 @@ void DataStream::getInfo(STREAM_INFO_CMD command, INFO_DATATYPE& type, void* des
     case STREAM_INFO_NUM_CHUNKS_MAX: return count(kMaxChunks);
     case STREAM_INFO_BUF_ANNOUNCE_MIN: return count(kMinimumAnnouncedBuffers);
     case STREAM_INFO_BUF_ALIGNMENT: return count(kAnnounceAlignment);
-    case STREAM_INFO_FLOW_TABLE:
-    case STREAM_INFO_GENDC_PREFETCH_DESCRIPTOR:
-      throw GenericException(GC_ERR_NO_DATA, where, "command is invalid while flow mechanism is not used");
+    case STREAM_INFO_FLOW_TABLE: return reportBytes(type, destination, size, flowMappingTable());
+    case STREAM_INFO_GENDC_PREFETCH_DESCRIPTOR: return reportBytes(type, destination, size, genDCDescriptor());
     case STREAM_INFO_CUSTOM_ID:
       throw GenericException(GC_ERR_NOT_IMPLEMENTED, where, "requested custom info not implemented");
     default: throw GenericException(GC_ERR_NOT_IMPLEMENTED, where, "requested info not implemented");
   }
 }
 
-std::uint32_t DataStream::numFlows() const { return 1; }
+bool DataStream::usesFlows() const {
+  std::lock_guard lock(settingsMutex_);
+  return !flowSizes_.empty();
+}
+
+std::uint32_t DataStream::numFlows() const {
+  std::lock_guard lock(settingsMutex_);
+  // Bounded by the recording's size, or 1 + 2 parts: never near 32 bits.
+  return flowSizes_.empty() ? 1 : static_cast<std::uint32_t>(flowSizes_.size());
+}
 
 void DataStream::GetFlowInfo(std::uint32_t index, FLOW_INFO_CMD command, INFO_DATATYPE& type, void* destination,
                              std::size_t& size) const {
   constexpr const char* where = "lumo::mockTL::DataStream::GetFlowInfo";
-  if (index >= numFlows()) {
-    throw GenericException(GC_ERR_INVALID_INDEX, where, "invalid index: iFlowIndex");
+  std::uint64_t flowSize = 0;
+  {
+    std::lock_guard lock(settingsMutex_);
+    const std::size_t count = flowSizes_.empty() ? 1 : flowSizes_.size();
+    if (index >= count) {
+      throw GenericException(GC_ERR_INVALID_INDEX, where, "invalid index: iFlowIndex");
+    }
+    // Without flows the one flow carries the image.
+    flowSize = flowSizes_.empty() ? payloadSize_ : flowSizes_[index];
   }
   if (command != FLOW_INFO_SIZE) {
     throw GenericException(GC_ERR_NOT_IMPLEMENTED, where, "Unknown buffer info command used");
   }
-  // Without GenDC streaming the one flow carries the image.
-  info::ReportInfoNumeric(type, destination, size, info::Size{payloadSize()});
+  info::ReportInfoNumeric(type, destination, size, info::Size{static_cast<std::size_t>(flowSize)});
+}
+
+std::vector<std::uint8_t> DataStream::flowMappingTable() const {
+  std::lock_guard lock(settingsMutex_);
+  if (flowSizes_.empty()) {
+    noFlows();
+  }
+  if (flowTable_.size() > kFlowTableRegisterLength) {
+    throw GenericException(GC_ERR_ERROR, kInfoOrigin, "flow mapping table size does not fit the register definition");
+  }
+  return flowTable_;
+}
+
+std::vector<std::uint8_t> DataStream::genDCDescriptor() const {
+  std::lock_guard lock(settingsMutex_);
+  if (flowSizes_.empty()) {
+    noFlows();
+  }
+  return descriptor_;
+}
+
+std::size_t DataStream::flowMappingTableSize() const {
+  std::lock_guard lock(settingsMutex_);
+  return flowTable_.size();
+}
+
+std::size_t DataStream::genDCDescriptorSize() const {
+  std::lock_guard lock(settingsMutex_);
+  return descriptor_.size();
+}
+
+std::uint64_t DataStream::streamFileMaxFrameId() const {
+  if (recording_ == nullptr) {
+    throw std::runtime_error("container reader not initialized");
+  }
+  // An empty recording has no last frame; 0 is what its start frame can be set to.
+  const std::uint64_t frames = recording_->frameCount();
+  return frames == 0 ? 0 : frames - 1;
 }
 
 void DataStream::initRegisterMap() {
@@ -537,32 +674,82 @@ std::uint64_t DataStream::payloadSize() const {
 template <class Change>
 void DataStream::updateSettings(Change change) {
   std::lock_guard lock(settingsMutex_);
-  change(configuration_);
-  payloadSize_ = imageGeometryLocked().payloadSize();
+  const StreamConfiguration previous = configuration_;
+  const GenDCSettings previousGenDC = genDC_;
+  change(configuration_, genDC_);
+  try {
+    recomputeLocked();
+  } catch (const std::exception& failure) {
+    configuration_ = previous;
+    genDC_ = previousGenDC;
+    throw GenericException(GC_ERR_INVALID_PARAMETER, "lumo::mockTL::DataStream::updateSettings", failure.what());
+  }
+}
+
+GenDc::StreamSettings DataStream::containerSettingsLocked() const {
+  const ImageGeometry geometry = imageGeometryLocked();
+  GenDc::StreamSettings settings;
+  settings.streamingMode = genDC_.streamingMode != 0;
+  settings.flowMappingConfiguration = genDC_.flowMappingConfiguration;
+  settings.partType = static_cast<GenDc::PartType>(genDC_.partType);
+  settings.imageCount = genDC_.imageCount;
+  settings.width = geometry.width;
+  settings.height = geometry.height;
+  settings.pixelFormat = geometry.pixelFormat;
+  settings.paddingX = geometry.paddingX;
+  settings.paddingY = geometry.paddingY;
+  return settings;
+}
+
+// Everything the stream reports about its frames, from its settings. A recording's are fixed.
+// Computes first and commits after, so a refused layout leaves the previous one in place.
+void DataStream::recomputeLocked() {
+  if (recording_ != nullptr) {
+    return;
+  }
+  if (genDC_.streamingMode == 0) {
+    layout_.reset();
+    flowSizes_.clear();
+    flowTable_.clear();
+    descriptor_.clear();
+    payloadSize_ = imageGeometryLocked().payloadSize();
+    return;
+  }
+  const GenDc::StreamSettings settings = containerSettingsLocked();
+  GenDc::ContainerLayout layout(settings);
+  // The descriptor a consumer prepares for: that of a container built now.
+  const GenDc::ContainerDescriptor descriptor(settings, layout);
+  std::vector<std::uint8_t> table = GenDc::FlowMappingTable::bytesFor(layout.flowSizes());
+  const auto bytes = descriptor.bytes();
+  descriptor_.assign(bytes.begin(), bytes.end());
+  flowTable_ = std::move(table);
+  flowSizes_ = layout.flowSizes();
+  payloadSize_ = layout.totalSize();
+  layout_ = std::move(layout);
 }
 
 void DataStream::setPixelFormat(std::uint32_t pixelFormat) {
-  updateSettings([&](StreamConfiguration& record) { record.pixelFormat = pixelFormat; });
+  updateSettings([&](StreamConfiguration& record, GenDCSettings&) { record.pixelFormat = pixelFormat; });
 }
 
 void DataStream::setWidth(std::uint32_t width) {
-  updateSettings([&](StreamConfiguration& record) { record.width = width; });
+  updateSettings([&](StreamConfiguration& record, GenDCSettings&) { record.width = width; });
 }
 
 void DataStream::setHeight(std::uint32_t height) {
-  updateSettings([&](StreamConfiguration& record) { record.height = height; });
+  updateSettings([&](StreamConfiguration& record, GenDCSettings&) { record.height = height; });
 }
 
 void DataStream::setPaddingMode(std::int32_t mode) {
-  updateSettings([&](StreamConfiguration& record) { record.paddingMode = mode; });
+  updateSettings([&](StreamConfiguration& record, GenDCSettings&) { record.paddingMode = mode; });
 }
 
 void DataStream::setPaddingPixelCountX(std::uint32_t pixels) {
-  updateSettings([&](StreamConfiguration& record) { record.paddingPixelCountX = pixels; });
+  updateSettings([&](StreamConfiguration& record, GenDCSettings&) { record.paddingPixelCountX = pixels; });
 }
 
 void DataStream::setPaddingLineCountY(std::uint32_t lines) {
-  updateSettings([&](StreamConfiguration& record) { record.paddingLineCountY = lines; });
+  updateSettings([&](StreamConfiguration& record, GenDCSettings&) { record.paddingLineCountY = lines; });
 }
 
 StreamConfiguration DataStream::settings() const {
@@ -584,19 +771,19 @@ GenDCSettings DataStream::genDCSettings() const {
 }
 
 void DataStream::setGenDCStreamingMode(std::uint32_t mode) {
-  updateSettings([&](StreamConfiguration&) { genDC_.streamingMode = mode; });
+  updateSettings([&](StreamConfiguration&, GenDCSettings& genDC) { genDC.streamingMode = mode; });
 }
 
 void DataStream::setFlowMappingConfiguration(std::uint32_t configuration) {
-  updateSettings([&](StreamConfiguration&) { genDC_.flowMappingConfiguration = configuration; });
+  updateSettings([&](StreamConfiguration&, GenDCSettings& genDC) { genDC.flowMappingConfiguration = configuration; });
 }
 
 void DataStream::setGenDCPartType(std::uint16_t partType) {
-  updateSettings([&](StreamConfiguration&) { genDC_.partType = partType; });
+  updateSettings([&](StreamConfiguration&, GenDCSettings& genDC) { genDC.partType = partType; });
 }
 
 void DataStream::setGenDCImageCount(std::uint32_t count) {
-  updateSettings([&](StreamConfiguration&) { genDC_.imageCount = count; });
+  updateSettings([&](StreamConfiguration&, GenDCSettings& genDC) { genDC.imageCount = count; });
 }
 
 void DataStream::setStreamFileStartFrameId(std::uint64_t frameId) {
@@ -609,8 +796,44 @@ void DataStream::setSourceImages(std::vector<std::shared_ptr<const SourceImage>>
   sourceImages_ = std::move(images);
 }
 
-bool DataStream::writeFrame(std::span<std::byte> destination, const SourceImage* image) {
-  return writeImageData(imageGeometry(), destination, image, generated_);
+FrameContent DataStream::writeFrame(std::span<const Segment> segments, const SourceImage* image) {
+  assert(!segments.empty());
+  ImageGeometry geometry;
+  std::optional<GenDc::StreamSettings> containerSettings;
+  {
+    std::lock_guard lock(settingsMutex_);
+    geometry = imageGeometryLocked();
+    if (layout_) {
+      containerSettings = containerSettingsLocked();
+    }
+  }
+  const auto bytesOf = [](const Segment& segment) {
+    return std::span<std::uint8_t>(reinterpret_cast<std::uint8_t*>(segment.base),
+                                   static_cast<std::size_t>(segment.size));
+  };
+  if (!containerSettings) {
+    writeImageData(geometry, std::as_writable_bytes(bytesOf(segments.front())), image, generated_);
+    return FrameContent::Image;
+  }
+  // Built per frame: its component headers carry the time it was made.
+  const GenDc::Container container(*containerSettings);
+  std::vector<std::span<std::uint8_t>> parts;
+  if (segments.size() == 1) {
+    // One piece of memory takes the container in either flow mapping.
+    parts = container.writeInto(bytesOf(segments.front()));
+  } else {
+    std::vector<std::span<std::uint8_t>> flows;
+    flows.reserve(segments.size());
+    for (const Segment& segment : segments) {
+      flows.push_back(bytesOf(segment));
+    }
+    parts = container.writeIntoSegments(flows);
+  }
+  // Every component carries the frame's image: the parts are exactly one image long.
+  for (const std::span<std::uint8_t> part : parts) {
+    writeImageData(geometry, std::as_writable_bytes(part), image, generated_);
+  }
+  return FrameContent::GenDCContainer;
 }
 
 }  // namespace lumo::mockTL

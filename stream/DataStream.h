@@ -8,13 +8,18 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
 
 #include "event/NewBufferEvent.h"
+#include "gendc/ContainerLayout.h"
+#include "gendc/StreamSettings.h"
 #include "gentl/GenTL.h"
+#include "gentl/GenericException.h"
 #include "module/Module.h"
+#include "source/ContainerReader.h"
 #include "source/GeneratedSource.h"
 #include "source/ImageGeometry.h"
 #include "source/SourceImage.h"
@@ -35,26 +40,36 @@ namespace lumo::mockTL {
 // Locks, none held while another of them is taken:
 // - the module mutex: starting and stopping acquisition (the thread object), which joins the
 //   acquisition thread while holding it; the thread therefore never takes it;
-// - the settings mutex: the stream record's image settings and the payload size computed from
-//   them; the acquisition thread takes it briefly for every frame;
+// - the settings mutex: the stream record's image and GenDC settings and what is computed from
+//   them (payload size, container layout, flow sizes, flow table, descriptor); the acquisition
+//   thread takes it briefly for every frame;
 // - the buffer-map mutex: the announced buffers;
 // - the input-queue mutex: the input queue; the acquisition thread takes it to pop a buffer.
 // The grabbing and open flags, the number of images, the started count and the buffers' flags are
 // atomics read without a lock.
+//
+// Flows. A stream delivers plain images in one flow until it delivers GenDC: either it replays a
+// recorded stream file (its recording, opened at construction, fixes flows, payload, flow table
+// and descriptor for the stream's life), or GenDC streaming mode is on, when every frame is a
+// container whose layout follows the stream's settings and is recomputed with every change of
+// them. Both report through the same flow queries, so a consumer cannot tell them apart there.
 class DataStream final : public SpecificModule<void*>,
                          public std::enable_shared_from_this<DataStream>,
                          private FillSide {
  public:
   static constexpr std::uint64_t kMinimumAnnouncedBuffers = 3;
 
-  // Must be owned by a std::shared_ptr: buffers are announced with a reference to it.
+  // Must be owned by a std::shared_ptr: buffers are announced with a reference to it. A record
+  // that names a stream file opens its recording here; when it cannot be replayed, the failure
+  // (the reader's status and text) is what open() throws.
   DataStream(const std::shared_ptr<Module>& device, StreamConfiguration configuration);
   ~DataStream() override;
 
   const std::string& id() const { return configuration_.id; }
 
-  // Marks the stream open; GC_ERR_RESOURCE_IN_USE when it already is. Nothing opens it twice:
-  // neither close nor the device's close clears the flag.
+  // Marks the stream open; GC_ERR_RESOURCE_IN_USE when it already is, and the recording's
+  // failure when its stream file could not be opened. Nothing opens it twice: neither close nor
+  // the device's close clears the flag.
   void open();
   bool isOpen() const { return open_; }
   bool isGrabbing() const override { return grabbing_; }
@@ -95,11 +110,22 @@ class DataStream final : public SpecificModule<void*>,
 
   void getInfo(STREAM_INFO_CMD command, INFO_DATATYPE& type, void* destination, std::size_t& size);
 
-  // --- Flows: a stream has one flow until GenDC streaming spreads a container over several.
-  bool usesFlows() const { return false; }
+  // --- Flows: true while the stream delivers GenDC (a stream file, or GenDC streaming mode on).
+  bool usesFlows() const;
   std::uint32_t numFlows() const;
   void GetFlowInfo(std::uint32_t index, FLOW_INFO_CMD command, INFO_DATATYPE& type, void* destination,
                    std::size_t& size) const;
+  // The flow mapping table and the (prefetch) GenDC descriptor of the current settings, as the
+  // flow table queries and the camera's GenDC registers deliver them. Throw GC_ERR_NO_DATA while
+  // the stream uses no flows; the table also GC_ERR_ERROR when it is longer than its register.
+  std::vector<std::uint8_t> flowMappingTable() const;
+  std::vector<std::uint8_t> genDCDescriptor() const;
+  // Their sizes, 0 while the stream uses no flows.
+  std::size_t flowMappingTableSize() const;
+  std::size_t genDCDescriptorSize() const;
+  // The last flow set of the recording. Throws std::runtime_error "container reader not
+  // initialized" when the stream replays no stream file.
+  std::uint64_t streamFileMaxFrameId() const;
 
   // --- Image settings, as the stream reports them to its buffers: padding counts 0 unless the
   // padding mode is 1, pixel format Mono8 when none is configured. The setters store the value
@@ -119,7 +145,10 @@ class DataStream final : public SpecificModule<void*>,
   // Where delivered data comes from: 0 generated images, 1 loaded image files, 2 a stream file.
   std::uint32_t streamingDataSource() const;
   GenDCSettings genDCSettings() const;
-  // GenDC settings changes: those that change a container's size recompute the payload size.
+  // GenDC settings changes: those that change a container's size recompute the payload size. A
+  // change that would leave GenDC streaming on with settings no container can describe (an image
+  // count other than 1 or 2, padding beyond 16 bits, sizes beyond 64 bits) is refused with
+  // GC_ERR_INVALID_PARAMETER and changes nothing; so is such a change of the image settings.
   void setGenDCStreamingMode(std::uint32_t mode);
   void setFlowMappingConfiguration(std::uint32_t configuration);
   void setGenDCPartType(std::uint16_t partType);
@@ -128,9 +157,13 @@ class DataStream final : public SpecificModule<void*>,
   // The images an image-file source cycles through; taken at the next acquisition start.
   void setSourceImages(std::vector<std::shared_ptr<const SourceImage>> images);
 
-  // Writes one frame of the current settings into `destination` (see writeImageData). For the
-  // acquisition thread, through a buffer's copyImage; any thread while the stream is not grabbing.
-  bool writeFrame(std::span<std::byte> destination, const SourceImage* image);
+  // Writes one frame of the current settings into a buffer's segments: the image into the first
+  // (see writeImageData), or, in GenDC streaming mode, a container built now with the image as
+  // every component's data, contiguous in one segment or spread over one segment per flow.
+  // Throws std::invalid_argument when the segments cannot take the container, and what the
+  // image writers throw. For the acquisition thread, through a buffer's copyImage; any thread
+  // while the stream is not grabbing.
+  FrameContent writeFrame(std::span<const Segment> segments, const SourceImage* image);
 
   void initRegisterMap() override;
   void initEvents() override;
@@ -156,6 +189,10 @@ class DataStream final : public SpecificModule<void*>,
   void insert(const char* where, const std::shared_ptr<Resource>& resource);
   template <class Change>
   void updateSettings(Change change);
+  void openRecording();
+  void takeRecordedGeometry();
+  void recomputeLocked();
+  GenDc::StreamSettings containerSettingsLocked() const;
   ImageGeometry imageGeometryLocked() const;
   std::size_t queuedCount() const;
 
@@ -174,6 +211,16 @@ class DataStream final : public SpecificModule<void*>,
   std::uint64_t payloadSize_ = 0;
   GenDCSettings genDC_;
   std::vector<std::shared_ptr<const SourceImage>> sourceImages_;
+  // What a GenDC stream reports: the layout of its containers (GenDC streaming mode only), its
+  // flow sizes, flow mapping table and descriptor. Empty while the stream uses no flows.
+  std::optional<GenDc::ContainerLayout> layout_;
+  std::vector<std::uint64_t> flowSizes_;
+  std::vector<std::uint8_t> flowTable_;
+  std::vector<std::uint8_t> descriptor_;
+  // The replayed stream file; set at construction, never changed. Its frames are read by the
+  // acquisition thread alone.
+  std::unique_ptr<ContainerReader> recording_;
+  std::optional<error::GenericException> recordingFailure_;
 
   // Underruns are reported on standard error, never counted: consumers read 0 here.
   static constexpr std::uint64_t kUnderrunCount = 0;

@@ -1,8 +1,11 @@
 #include "tree/RemoteDevice.h"
 
+#include <algorithm>
 #include <chrono>
+#include <cstring>
 #include <mutex>
 #include <stdexcept>
+#include <vector>
 
 #include "gentl/GenericException.h"
 #include "source/Pfnc.h"
@@ -71,10 +74,10 @@ enum : std::uint32_t {
   throw GenericException(GC_ERR_INVALID_ADDRESS, std::string(kScope) + operation, "reg id is unknown");
 }
 
-// Shared with the stream's own info query, whose origin consumers see for these failures.
-[[noreturn]] void noFlows() {
-  throw GenericException(GC_ERR_NO_DATA, "lumo::mockTL::DataStream::getInfo",
-                         "command is invalid while flow mechanism is not used");
+void copyOut(const std::vector<std::uint8_t>& bytes, void* destination, std::size_t count) {
+  if (!bytes.empty()) {
+    std::memcpy(destination, bytes.data(), std::min(count, bytes.size()));
+  }
 }
 
 constexpr const char* kReadCast = "failed to cast device";
@@ -229,14 +232,15 @@ std::uint32_t RemoteDevice::ReadUint32RegImpl(std::uint32_t id) {
     case kPaddingLineCountY: return stream->settings().paddingLineCountY;
     case kTlParamsLocked: return tlParamsLocked() ? 1 : 0;
     case kGenDCStreamingMode: return stream->genDCSettings().streamingMode;
-    case kGenDCStreamingStatus: return stream->genDCSettings().streamingMode != 0 ? 1 : 0;
+    // On while the stream delivers GenDC: in streaming mode, and always for a stream file.
+    case kGenDCStreamingStatus: return stream->usesFlows() ? 1 : 0;
     case kGenDCFlowMappingConfiguration: return stream->genDCSettings().flowMappingConfiguration;
     case kGenDCPartType: return stream->genDCSettings().partType;
     case kTestGenDCImageCount: return stream->genDCSettings().imageCount;
     // No table and no descriptor while the stream delivers without flows.
-    case kGenDCFlowMappingTableSize:
-    case kGenDCDescriptorIsAvailable:
-    case kGenDCDescriptorSize: return 0;
+    case kGenDCFlowMappingTableSize: return static_cast<std::uint32_t>(stream->flowMappingTableSize());
+    case kGenDCDescriptorIsAvailable: return stream->genDCDescriptorSize() != 0 ? 1 : 0;
+    case kGenDCDescriptorSize: return static_cast<std::uint32_t>(stream->genDCDescriptorSize());
     case kStreamingDataSource: return stream->streamingDataSource();
     case kSourceCount: return device->dataStreamCount();
     case kSourceSelector: return selectedSource_;
@@ -263,8 +267,7 @@ std::uint64_t RemoteDevice::ReadUint64RegImpl(std::uint32_t id) {
               .count());
     case kPayloadSize: return stream->payloadSize();
     case kStreamFileStartFrameId: return stream->genDCSettings().streamFileStartFrameId;
-    // The stream replays no stream file through a reader of its own yet.
-    case kStreamFileMaxFrameId: throw std::runtime_error("container reader not initialized");
+    case kStreamFileMaxFrameId: return stream->streamFileMaxFrameId();
     default: unknownId("ReadUint64RegImpl");
   }
 }
@@ -278,12 +281,10 @@ void RemoteDevice::ReadRegImpl(std::uint32_t id, void* destination, std::size_t 
   const auto stream = resolve("ReadRegImpl", kReadCast).stream;
   switch (id) {
     case kFileAccessBuffer: return FileAccess::instance().readBuffer(destination, count);
-    case kGenDCFlowMappingTable:
-    case kGenDCDescriptor:
-      if (!stream->usesFlows()) {
-        noFlows();
-      }
-      unknownId("ReadRegImpl");
+    // The whole table or descriptor, as far as the destination reaches: a read shorter than
+    // it gets its first bytes, a longer one leaves the bytes behind it as they were.
+    case kGenDCFlowMappingTable: return copyOut(stream->flowMappingTable(), destination, count);
+    case kGenDCDescriptor: return copyOut(stream->genDCDescriptor(), destination, count);
     default: unknownId("ReadRegImpl");
   }
 }

@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <cstdint>
 #include <initializer_list>
 #include <mutex>
 #include <string>
@@ -134,6 +135,67 @@ TEST_F(StreamConcurrency, ConsumersQueueInspectAndRestartOneStreamAtOnce) {
   for (BUFFER_HANDLE buffer : buffers)
     EXPECT_EQ(gentl.DSRevokeBuffer(stream, buffer, nullptr, nullptr), GC_ERR_SUCCESS);
   EXPECT_EQ(gentl.DSClose(stream), GC_ERR_SUCCESS);
+}
+
+// GenDC settings are the consumer's to change while frames are built from them: every frame sees
+// one consistent layout, and the flow queries never see half of one.
+TEST_F(StreamConcurrency, GenDCSettingsChangeWhileFramesAreBuiltFromThem) {
+  PORT_HANDLE camera = nullptr;
+  ASSERT_EQ(gentl.DevGetPort(device, &camera), GC_ERR_SUCCESS);
+  const auto writeCamera = [&](std::uint64_t address, std::uint32_t value) {
+    size_t size = sizeof(value);
+    expectOneOf("GCWritePort", gentl.GCWritePort(camera, address, &value, &size), {GC_ERR_SUCCESS});
+  };
+  writeCamera(0x60, 1000000);  // a frame every millisecond
+  // Room for the largest container of this stream: two 64 x 32 Mono8 images behind 296 bytes.
+  std::vector<BUFFER_HANDLE> buffers(4);
+  for (auto& buffer : buffers) {
+    ASSERT_EQ(gentl.DSAllocAndAnnounceBuffer(stream, 296 + 2 * 64 * 32, nullptr, &buffer), GC_ERR_SUCCESS);
+    ASSERT_EQ(gentl.DSQueueBuffer(stream, buffer), GC_ERR_SUCCESS);
+  }
+  const EVENT_HANDLE event = registerNewBuffer(stream);
+  ASSERT_EQ(gentl.DSStartAcquisition(stream, ACQ_START_FLAGS_DEFAULT, GENTL_INFINITE), GC_ERR_SUCCESS);
+  std::atomic<bool> done{false};
+  std::vector<std::thread> threads;
+  threads.emplace_back([&] {
+    while (!done) {
+      EVENT_NEW_BUFFER_DATA data{};
+      size_t size = sizeof(data);
+      if (gentl.EventGetData(event, &data, &size, 50) != GC_ERR_SUCCESS) continue;
+      expectOneOf("DSQueueBuffer", gentl.DSQueueBuffer(stream, data.BufferHandle), {GC_ERR_SUCCESS});
+    }
+  });
+  threads.emplace_back([&] {
+    for (std::uint32_t round = 0; !done; ++round) {
+      writeCamera(0x30000, round % 3 != 0);      // GenDCStreamingMode
+      writeCamera(0x30020, round % 2);           // GenDCFlowMappingConfiguration
+      writeCamera(0x40000, 1 + round % 2);       // TestGenDCImageCount
+      writeCamera(0x30024, 0x4200 + round % 2);  // GenDCPartType
+    }
+  });
+  threads.emplace_back([&] {
+    while (!done) {
+      uint32_t flows = 0;
+      expectOneOf("DSGetNumFlows", gentl.DSGetNumFlows(stream, &flows), {GC_ERR_SUCCESS});
+      std::vector<std::uint8_t> bytes(1024);
+      for (STREAM_INFO_CMD command : {STREAM_INFO_FLOW_TABLE, STREAM_INFO_GENDC_PREFETCH_DESCRIPTOR}) {
+        INFO_DATATYPE type = 0;
+        size_t size = bytes.size();
+        expectOneOf("DSGetInfo", gentl.DSGetInfo(stream, command, &type, bytes.data(), &size),
+                    {GC_ERR_SUCCESS, GC_ERR_NO_DATA});
+      }
+      size_t flowSize = 0;
+      size_t size = sizeof(flowSize);
+      INFO_DATATYPE type = 0;
+      expectOneOf("DSGetFlowInfo", gentl.DSGetFlowInfo(stream, 0, FLOW_INFO_SIZE, &type, &flowSize, &size),
+                  {GC_ERR_SUCCESS});
+    }
+  });
+  std::this_thread::sleep_for(std::chrono::milliseconds(1000));
+  done = true;
+  for (auto& thread : threads) thread.join();
+  EXPECT_TRUE(unexpected.empty()) << unexpected.front();
+  EXPECT_EQ(gentl.DSStopAcquisition(stream, ACQ_STOP_FLAGS_DEFAULT), GC_ERR_SUCCESS);
 }
 
 TEST_F(StreamConcurrency, SameMemoryAnnouncedFromManyThreadsMakesOneBuffer) {
