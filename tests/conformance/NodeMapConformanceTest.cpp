@@ -395,8 +395,12 @@ class NodeMapWalk {
       EXPECT_GE(value, min);
       EXPECT_LE(value, max);
       ASSERT_GT(inc, 0);
-      EXPECT_EQ((value - min) % inc, 0) << "the value is off its increment from the minimum";
-      max = min + (max - min) / inc * inc;
+      // Distances in 64 unsigned bits: a feature without bounds spans the whole signed range.
+      const auto step = static_cast<guint64>(inc);
+      const guint64 offset = static_cast<guint64>(value) - static_cast<guint64>(min);
+      EXPECT_EQ(offset % step, 0u) << "the value is off its increment from the minimum";
+      const guint64 span = static_cast<guint64>(max) - static_cast<guint64>(min);
+      max = static_cast<gint64>(static_cast<guint64>(min) + span / step * step);
     }
     if (deviation_ == Deviation::WriteRefused) {
       EXPECT_TRUE(writable) << "the description no longer offers writes; update the exceptions";
