@@ -249,20 +249,20 @@ class NodeMapWalk {
     }
 
     const ArvGcAccessMode access = arv_gc_feature_node_get_actual_access_mode(feature);
-    const bool readable = access == ARV_GC_ACCESS_MODE_RO || access == ARV_GC_ACCESS_MODE_RW;
     // A feature is written with its bounds; a register or formula behind one only with the value it
     // holds, since the feature in front of it is what defines its valid values.
     isFeature_ = featureNames_.contains(name);
     const bool writable = !locked && access == ARV_GC_ACCESS_MODE_RW;
 
     const unsigned writesBefore = figures_.writes;
-    dispatch(node, tag, name, readable, writable);
+    dispatch(node, tag, name, access, writable);
     if (figures_.writes > writesBefore) ++figures_.writtenNodes;
   }
 
-  void dispatch(ArvDomNode* node, const std::string& tag, const std::string& name, bool readable, bool writable) {
-    if (!readable) {
-      ADD_FAILURE() << name << " is not readable (access " << access << ")";
+  void dispatch(ArvDomNode* node, const std::string& tag, const std::string& name, ArvGcAccessMode access,
+                bool writable) {
+    if (access != ARV_GC_ACCESS_MODE_RO && access != ARV_GC_ACCESS_MODE_RW) {
+      ADD_FAILURE() << name << " is not readable (access mode " << static_cast<int>(access) << ")";
     } else if (ARV_IS_GC_ENUMERATION(node)) {
       enumeration(ARV_GC_ENUMERATION(node), name, writable);
     } else if (ARV_IS_GC_BOOLEAN(node)) {
