@@ -1,0 +1,673 @@
+// Every node of every module's description, evaluated by Aravis' GenApi engine over the module's
+// port as a GenApi consumer evaluates it: each readable value read (integers, enumerations,
+// strings, booleans, registers, formulas, floats), each writable one written with valid values and
+// read back, each enumeration's value checked against its entries, and the commands executed
+// where that is harmless. A node the engine cannot evaluate, a value outside its own bounds or a
+// write that does not read back is a failure. It runs on the built-in configuration and on streams
+// of image files, of GenDC containers and of a recorded stream file, whose cameras answer from
+// other registers; it ends with the figures of what it read and wrote.
+#include <arv.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include "source/ImageFiles.h"
+#include "source/StreamFileWriter.h"
+#include "support/ScopedEnvironment.h"
+#include "tools/Acquisition.h"
+#include "tools/FeaturesCommand.h"
+#include "tools/GenTLArvDevice.h"
+#include "tools/GenTLLibrary.h"
+#include "tools/ProducerSession.h"
+
+namespace {
+
+using namespace lmmocktl;
+using testing_support::ScopedVariable;
+using testing_support::TemporaryDirectory;
+
+enum class Configuration { BuiltIn, ImageFiles, GenDC, StreamFile };
+enum class Module { System, Interface, Device, Remote, Stream, Buffer };
+
+constexpr std::array kConfigurations = {Configuration::BuiltIn, Configuration::ImageFiles, Configuration::GenDC,
+                                        Configuration::StreamFile};
+constexpr std::array kModules = {Module::System, Module::Interface, Module::Device,
+                                 Module::Remote, Module::Stream,    Module::Buffer};
+
+const char* nameOf(Configuration configuration) {
+  switch (configuration) {
+    case Configuration::BuiltIn: return "BuiltIn";
+    case Configuration::ImageFiles: return "ImageFiles";
+    case Configuration::GenDC: return "GenDC";
+    case Configuration::StreamFile: return "StreamFile";
+  }
+  return "?";
+}
+
+const char* nameOf(Module module) {
+  switch (module) {
+    case Module::System: return "System";
+    case Module::Interface: return "Interface";
+    case Module::Device: return "Device";
+    case Module::Remote: return "RemoteDevice";
+    case Module::Stream: return "DataStream";
+    case Module::Buffer: return "Buffer";
+  }
+  return "?";
+}
+
+// What one module's node map gave in one configuration.
+struct Figures {
+  unsigned nodes = 0;             // value nodes: features and the registers and formulas behind them
+  unsigned unavailable = 0;       // switched off here by their own pIsAvailable or pIsImplemented
+  unsigned read = 0;              // values read
+  unsigned writtenNodes = 0;      // nodes written, each with every value below read back equal
+  unsigned writes = 0;            // writes read back equal, restoring writes included
+  unsigned executed = 0;          // commands executed
+  unsigned commandRegisters = 0;  // registers behind a command, covered by executing it
+  unsigned departures = 0;        // known exceptions, checked to behave as documented
+};
+
+std::map<std::pair<Configuration, Module>, Figures>& figures() {
+  static std::map<std::pair<Configuration, Module>, Figures> table;
+  return table;
+}
+
+// How a node deliberately departs from what its description promises.
+enum class Deviation {
+  ReadRefused,         // a read of it fails at the port
+  WriteRefused,        // the description offers writes, the port refuses them
+  ReadsBackInverted,   // writing 1 reads back 0 and writing 0 reads back 1
+  EntriesShareValues,  // some entries are aliases of others: a write of one reads back the first
+};
+
+// The producer's documented departures from its descriptions, kept on purpose. The suite checks
+// that each still behaves exactly so: a change to one of them fails here until this table follows.
+struct KnownException {
+  Module module;
+  const char* node;
+  Deviation deviation;
+  const char* reason;
+};
+
+constexpr std::array kKnownExceptions = {
+    KnownException{Module::Buffer, "BufferSize", Deviation::ReadRefused,
+                   "the buffer declares it at the port with 8 bytes against the description's 4 and does not "
+                   "serve it: a port read of it has always failed"},
+    KnownException{Module::Stream, "Stat_NumFramesDelivered", Deviation::ReadRefused,
+                   "the stream's 64-bit counters have never been readable through the port"},
+    KnownException{Module::Stream, "Stat_NumFramesLostQueueUnderrun", Deviation::ReadRefused,
+                   "the stream's 64-bit counters have never been readable through the port"},
+    KnownException{Module::Stream, "Stat_NumFramesStarted", Deviation::ReadRefused,
+                   "the stream's 64-bit counters have never been readable through the port"},
+    KnownException{Module::Remote, "TriggerCount", Deviation::WriteRefused,
+                   "counted by the camera alone: the description says RW, the port keeps it read-only"},
+    KnownException{Module::Remote, "TLParamsLocked", Deviation::ReadsBackInverted,
+                   "the register stores the inverse of what is written, which consumers' node maps rely on"},
+    KnownException{Module::Remote, "r_TLParamsLocked", Deviation::ReadsBackInverted,
+                   "the register stores the inverse of what is written, which consumers' node maps rely on"},
+    KnownException{Module::Remote, "GenDCFlowMappingConfiguration", Deviation::EntriesShareValues,
+                   "the deprecated Contiguous and Composite are kept as aliases of SingleFlow and MultipleFlow"},
+};
+
+std::optional<Deviation> knownDeviation(Module module, const std::string& node) {
+  for (const KnownException& exception : kKnownExceptions) {
+    if (exception.module == module && node == exception.node) return exception.deviation;
+  }
+  return std::nullopt;
+}
+
+// Commands not executed here, with the reason; every other command is executed.
+struct CommandNotExecuted {
+  const char* node;
+  const char* reason;
+};
+
+constexpr std::array kCommandsNotExecuted = {
+    CommandNotExecuted{"FileOperationExecute",
+                       "runs the FileOperationSelector operation (open, close, read, write, delete) on the camera's "
+                       "file; executing whatever is selected could delete or overwrite it, the file access tests "
+                       "drive it step by step"},
+};
+
+// Registers behind a command: a write starts the command's action, the command node covers them.
+bool behindCommand(ArvGc* genicam, const std::string& name) {
+  for (const char* command : {"AcquisitionStart", "AcquisitionStop", "TriggerSoftware", "FileOperationExecute",
+                              "InterfaceUpdateList", "DeviceUpdateList"}) {
+    ArvGcNode* node = arv_gc_get_node(genicam, command);
+    if (node == nullptr || !ARV_IS_GC_COMMAND(node)) continue;
+    ArvDomNode* value = nullptr;
+    for (ArvDomNode* child = arv_dom_node_get_first_child(ARV_DOM_NODE(node)); child != nullptr;
+         child = arv_dom_node_get_next_sibling(child)) {
+      if (std::string(arv_dom_node_get_node_name(child)) == "pValue") value = child;
+    }
+    if (value == nullptr) continue;
+    ArvDomNode* text = arv_dom_node_get_first_child(value);
+    const char* target = text != nullptr ? arv_dom_node_get_node_value(text) : nullptr;
+    if (target != nullptr && name == target) return true;
+  }
+  return false;
+}
+
+std::string takeError(GError*& error) {
+  std::string text = error != nullptr ? error->message : "";
+  g_clear_error(&error);
+  return text;
+}
+
+// Evaluates every node of one node map, recording failures as test failures.
+class NodeMapWalk {
+ public:
+  NodeMapWalk(const GenTLArvDevice& features, Module module, Figures& figures)
+      : features_(features), genicam_(features.genicam()), module_(module), figures_(figures) {
+    for (const std::string& name : features.featureNames()) featureNames_.insert(name);
+  }
+
+  void run() {
+    ArvDomElement* root = arv_dom_document_get_document_element(ARV_DOM_DOCUMENT(genicam_));
+    ASSERT_NE(root, nullptr);
+    visitChildren(ARV_DOM_NODE(root));
+    for (const KnownException& exception : kKnownExceptions) {
+      EXPECT_TRUE(exception.module != module_ || arv_gc_get_node(genicam_, exception.node) != nullptr)
+          << exception.node << " is listed as a known exception but the description has no such node";
+    }
+    // Commands go last: the values above are then all back as they were read.
+    for (const std::string& name : commands_) execute(name);
+  }
+
+ private:
+  void visitChildren(ArvDomNode* parent) {
+    for (ArvDomNode* child = arv_dom_node_get_first_child(parent); child != nullptr;
+         child = arv_dom_node_get_next_sibling(child)) {
+      visit(child);
+    }
+  }
+
+  void visit(ArvDomNode* node) {
+    if (!ARV_IS_GC_NODE(node)) return;
+    const std::string tag = arv_dom_node_get_node_name(node);
+    if (tag == "Group" || tag == "StructReg") {
+      visitChildren(node);
+      return;
+    }
+    if (tag == "Category" || tag == "Port" || tag == "EnumEntry") return;
+    if (!ARV_IS_GC_FEATURE_NODE(node)) return;
+    ArvGcFeatureNode* feature = ARV_GC_FEATURE_NODE(node);
+    const std::string name = arv_gc_feature_node_get_name(feature);
+    SCOPED_TRACE(tag + " " + name);
+    ++figures_.nodes;
+
+    GError* error = nullptr;
+    const bool implemented = arv_gc_feature_node_is_implemented(feature, &error);
+    if (error != nullptr) {
+      ADD_FAILURE() << "pIsImplemented of " << name << " cannot be evaluated: " << takeError(error);
+      return;
+    }
+    const bool available = implemented && arv_gc_feature_node_is_available(feature, &error);
+    if (error != nullptr) {
+      ADD_FAILURE() << "pIsAvailable of " << name << " cannot be evaluated: " << takeError(error);
+      return;
+    }
+    if (!available) {
+      ++figures_.unavailable;
+      return;
+    }
+    const bool locked = arv_gc_feature_node_is_locked(feature, &error);
+    if (error != nullptr) {
+      ADD_FAILURE() << "pIsLocked of " << name << " cannot be evaluated: " << takeError(error);
+      return;
+    }
+    if (tag == "Command") {
+      commands_.push_back(name);
+      return;
+    }
+    // A command's register is written by executing the command, and some are write-only.
+    if (behindCommand(genicam_, name)) {
+      ++figures_.commandRegisters;
+      return;
+    }
+
+    deviation_ = knownDeviation(module_, name);
+    if (deviation_) ++figures_.departures;
+    if (deviation_ == Deviation::ReadRefused) {
+      arv_gc_feature_node_get_value_as_string(feature, &error);
+      EXPECT_NE(error, nullptr) << name << " is listed as refusing reads but was read; update the exceptions";
+      g_clear_error(&error);
+      return;
+    }
+
+    const ArvGcAccessMode access = arv_gc_feature_node_get_actual_access_mode(feature);
+    // A feature is written with its bounds; a register or formula behind one only with the value it
+    // holds, since the feature in front of it is what defines its valid values.
+    isFeature_ = featureNames_.contains(name);
+    const bool writable = !locked && access == ARV_GC_ACCESS_MODE_RW;
+
+    const unsigned writesBefore = figures_.writes;
+    dispatch(node, tag, name, access, writable);
+    if (figures_.writes > writesBefore) ++figures_.writtenNodes;
+  }
+
+  void dispatch(ArvDomNode* node, const std::string& tag, const std::string& name, ArvGcAccessMode access,
+                bool writable) {
+    if (access != ARV_GC_ACCESS_MODE_RO && access != ARV_GC_ACCESS_MODE_RW) {
+      ADD_FAILURE() << name << " is not readable (access mode " << static_cast<int>(access) << ")";
+    } else if (ARV_IS_GC_ENUMERATION(node)) {
+      enumeration(ARV_GC_ENUMERATION(node), name, writable);
+    } else if (ARV_IS_GC_BOOLEAN(node)) {
+      boolean(ARV_GC_BOOLEAN(node), writable);
+    } else if (ARV_IS_GC_STRING(node)) {
+      string(ARV_GC_STRING(node), writable && isFeature_);
+    } else if (tag == "Float" || tag == "FloatReg" || tag == "SwissKnife" || tag == "Converter") {
+      floating(ARV_GC_FLOAT(node), writable, tag != "SwissKnife");
+    } else if (ARV_IS_GC_INTEGER(node)) {
+      // A formula has no bounds of its own (GenApi gives IntSwissKnife no Min, Max or Inc).
+      integer(ARV_GC_INTEGER(node), writable, tag != "IntSwissKnife" && isFeature_);
+    } else if (ARV_IS_GC_REGISTER(node)) {
+      registerBytes(ARV_GC_REGISTER(node), writable);
+    } else {
+      ADD_FAILURE() << "the engine offers no value interface for " << tag << " " << name;
+    }
+  }
+
+  void enumeration(ArvGcEnumeration* node, const std::string& name, bool writable) {
+    GError* error = nullptr;
+    const gint64 value = arv_gc_enumeration_get_int_value(node, &error);
+    ASSERT_EQ(error, nullptr) << takeError(error);
+    const char* text = arv_gc_enumeration_get_string_value(node, &error);
+    ASSERT_EQ(error, nullptr) << takeError(error);
+    ++figures_.read;
+    const std::string current = text;
+
+    const bool aliases = deviation_ == Deviation::EntriesShareValues;
+    std::map<std::string, gint64> entries;
+    bool shared = false;
+    for (const GSList* item = arv_gc_enumeration_get_entries(node); item != nullptr; item = item->next) {
+      ArvGcEnumEntry* entry = ARV_GC_ENUM_ENTRY(item->data);
+      const gint64 entryValue = arv_gc_enum_entry_get_value(entry, &error);
+      ASSERT_EQ(error, nullptr) << takeError(error);
+      const std::string entryName = arv_gc_feature_node_get_name(ARV_GC_FEATURE_NODE(entry));
+      for (const auto& [other, otherValue] : entries) {
+        shared = shared || otherValue == entryValue;
+        if (!aliases) {
+          EXPECT_NE(otherValue, entryValue) << "entries " << other << " and " << entryName << " share a value";
+        }
+      }
+      entries.emplace(entryName, entryValue);
+    }
+    if (aliases) {
+      EXPECT_TRUE(shared) << name << " is listed as having aliases but has none; update the exceptions";
+    }
+    ASSERT_TRUE(entries.contains(current)) << name << " reads " << current << ", which is none of its entries";
+    EXPECT_EQ(entries.at(current), value) << name << " reads entry " << current << " but value " << value;
+
+    guint count = 0;
+    gint64* available = arv_gc_enumeration_dup_available_int_values(node, &count, &error);
+    const std::vector<gint64> availableValues(available, available + count);
+    g_free(available);
+    ASSERT_EQ(error, nullptr) << takeError(error);
+    EXPECT_NE(std::find(availableValues.begin(), availableValues.end(), value), availableValues.end())
+        << name << " holds " << current << ", which is not available";
+    if (!writable) return;
+
+    for (const auto& [entryName, entryValue] : entries) {
+      if (std::find(availableValues.begin(), availableValues.end(), entryValue) == availableValues.end()) continue;
+      arv_gc_enumeration_set_string_value(node, entryName.c_str(), &error);
+      EXPECT_EQ(error, nullptr) << "setting " << name << " to " << entryName << ": " << takeError(error);
+      // An alias reads back as the entry its value names first; its value is what round-trips.
+      const gint64 back = arv_gc_enumeration_get_int_value(node, &error);
+      ASSERT_EQ(error, nullptr) << takeError(error);
+      const char* backName = arv_gc_enumeration_get_string_value(node, &error);
+      ASSERT_EQ(error, nullptr) << takeError(error);
+      EXPECT_EQ(back, entryValue) << name << " set to " << entryName;
+      if (!aliases) {
+        EXPECT_EQ(backName, entryName) << name;
+      }
+      if (back == entryValue && (aliases || backName == entryName)) ++figures_.writes;
+    }
+    arv_gc_enumeration_set_string_value(node, current.c_str(), &error);
+    EXPECT_EQ(error, nullptr) << "restoring " << name << " to " << current << ": " << takeError(error);
+  }
+
+  void boolean(ArvGcBoolean* node, bool writable) {
+    GError* error = nullptr;
+    const bool value = arv_gc_boolean_get_value(node, &error);
+    ASSERT_EQ(error, nullptr) << takeError(error);
+    ++figures_.read;
+    if (!writable) return;
+    for (const bool next : {!value, value}) {
+      arv_gc_boolean_set_value(node, next, &error);
+      EXPECT_EQ(error, nullptr) << "setting it to " << next << ": " << takeError(error);
+      const bool back = arv_gc_boolean_get_value(node, &error);
+      ASSERT_EQ(error, nullptr) << takeError(error);
+      EXPECT_EQ(back, next);
+      if (back == next) ++figures_.writes;
+    }
+  }
+
+  void string(ArvGcString* node, bool writable) {
+    GError* error = nullptr;
+    const char* text = arv_gc_string_get_value(node, &error);
+    ASSERT_EQ(error, nullptr) << takeError(error);
+    const std::string value = text;
+    const gint64 maxLength = arv_gc_string_get_max_length(node, &error);
+    ASSERT_EQ(error, nullptr) << takeError(error);
+    EXPECT_LE(static_cast<gint64>(value.size()), maxLength) << "the value is longer than its maximum length";
+    ++figures_.read;
+    if (!writable) return;
+    const std::string probe = std::string("LmConformance").substr(0, static_cast<std::size_t>(maxLength));
+    for (const std::string& next : {probe, value}) {
+      arv_gc_string_set_value(node, next.c_str(), &error);
+      EXPECT_EQ(error, nullptr) << "setting it to \"" << next << "\": " << takeError(error);
+      const char* back = arv_gc_string_get_value(node, &error);
+      ASSERT_EQ(error, nullptr) << takeError(error);
+      EXPECT_EQ(back, next);
+      if (back == next) ++figures_.writes;
+    }
+  }
+
+  void integer(ArvGcInteger* node, bool writable, bool bounded) {
+    GError* error = nullptr;
+    const gint64 value = arv_gc_integer_get_value(node, &error);
+    ASSERT_EQ(error, nullptr) << takeError(error);
+    ++figures_.read;
+    gint64 min = value;
+    gint64 max = value;
+    if (bounded) {
+      min = arv_gc_integer_get_min(node, &error);
+      ASSERT_EQ(error, nullptr) << takeError(error);
+      max = arv_gc_integer_get_max(node, &error);
+      ASSERT_EQ(error, nullptr) << takeError(error);
+      const gint64 inc = arv_gc_integer_get_inc(node, &error);
+      ASSERT_EQ(error, nullptr) << takeError(error);
+      EXPECT_LE(min, max);
+      EXPECT_GE(value, min);
+      EXPECT_LE(value, max);
+      ASSERT_GT(inc, 0);
+      // Distances in 64 unsigned bits: a feature without bounds spans the whole signed range.
+      const auto step = static_cast<guint64>(inc);
+      const guint64 offset = static_cast<guint64>(value) - static_cast<guint64>(min);
+      EXPECT_EQ(offset % step, 0u) << "the value is off its increment from the minimum";
+      const guint64 span = static_cast<guint64>(max) - static_cast<guint64>(min);
+      max = static_cast<gint64>(static_cast<guint64>(min) + span / step * step);
+    }
+    if (deviation_ == Deviation::WriteRefused) {
+      EXPECT_TRUE(writable) << "the description no longer offers writes; update the exceptions";
+      arv_gc_integer_set_value(node, value, &error);
+      EXPECT_NE(error, nullptr) << "listed as refusing writes but a write was accepted; update the exceptions";
+      g_clear_error(&error);
+      return;
+    }
+    if (!writable) return;
+    const bool inverted = deviation_ == Deviation::ReadsBackInverted;
+    std::vector<gint64> values = {value};
+    if (isFeature_) values.insert(values.end(), {min, max});
+    // The last write puts the value read first back.
+    values.push_back(inverted ? (value == 0 ? 1 : 0) : value);
+    for (const gint64 next : values) {
+      arv_gc_integer_set_value(node, next, &error);
+      EXPECT_EQ(error, nullptr) << "setting it to " << next << ": " << takeError(error);
+      const gint64 back = arv_gc_integer_get_value(node, &error);
+      ASSERT_EQ(error, nullptr) << takeError(error);
+      const gint64 expected = inverted ? (next == 0 ? 1 : 0) : next;
+      EXPECT_EQ(back, expected) << "written " << next;
+      if (back == expected) ++figures_.writes;
+    }
+  }
+
+  void floating(ArvGcFloat* node, bool writable, bool bounded) {
+    GError* error = nullptr;
+    const double value = arv_gc_float_get_value(node, &error);
+    ASSERT_EQ(error, nullptr) << takeError(error);
+    ++figures_.read;
+    if (!bounded) return;
+    const double min = arv_gc_float_get_min(node, &error);
+    ASSERT_EQ(error, nullptr) << takeError(error);
+    const double max = arv_gc_float_get_max(node, &error);
+    ASSERT_EQ(error, nullptr) << takeError(error);
+    EXPECT_LE(min, max);
+    EXPECT_GE(value, min);
+    EXPECT_LE(value, max);
+    if (!writable) return;
+    std::vector<double> values = {value};
+    if (isFeature_) values.insert(values.end(), {min, max});
+    values.push_back(value);
+    for (const double next : values) {
+      arv_gc_float_set_value(node, next, &error);
+      EXPECT_EQ(error, nullptr) << "setting it to " << next << ": " << takeError(error);
+      const double back = arv_gc_float_get_value(node, &error);
+      ASSERT_EQ(error, nullptr) << takeError(error);
+      EXPECT_NEAR(back, next, std::abs(next) * 1e-9);
+      if (std::abs(back - next) <= std::abs(next) * 1e-9) ++figures_.writes;
+    }
+  }
+
+  void registerBytes(ArvGcRegister* node, bool writable) {
+    GError* error = nullptr;
+    const guint64 length = arv_gc_register_get_length(node, &error);
+    ASSERT_EQ(error, nullptr) << takeError(error);
+    ++figures_.read;
+    // An empty register (a descriptor the current settings do not make) has no bytes to move.
+    if (length == 0) return;
+    std::vector<std::uint8_t> bytes(length);
+    arv_gc_register_get(node, bytes.data(), length, &error);
+    ASSERT_EQ(error, nullptr) << takeError(error);
+    if (!writable) return;
+    arv_gc_register_set(node, bytes.data(), length, &error);
+    EXPECT_EQ(error, nullptr) << "writing its bytes back: " << takeError(error);
+    std::vector<std::uint8_t> back(length);
+    arv_gc_register_get(node, back.data(), length, &error);
+    ASSERT_EQ(error, nullptr) << takeError(error);
+    EXPECT_EQ(back, bytes);
+    if (back == bytes) ++figures_.writes;
+  }
+
+  void execute(const std::string& name) {
+    SCOPED_TRACE("Command " + name);
+    for (const CommandNotExecuted& exception : kCommandsNotExecuted) {
+      if (name == exception.node) return;
+    }
+    EXPECT_NO_THROW(features_.execute(name));
+    ++figures_.executed;
+    // The camera's acquisition started by the command is stopped again, as a consumer would.
+    if (name == "AcquisitionStart" && arv_gc_get_node(genicam_, "AcquisitionStop") != nullptr) {
+      EXPECT_NO_THROW(features_.execute("AcquisitionStop"));
+    }
+  }
+
+  const GenTLArvDevice& features_;
+  ArvGc* genicam_;
+  Module module_;
+  Figures& figures_;
+  std::set<std::string> featureNames_;
+  std::vector<std::string> commands_;
+  // The node being evaluated: whether it is a feature and how it departs from its description.
+  bool isFeature_ = false;
+  std::optional<Deviation> deviation_;
+};
+
+// The producer loaded with one configuration, its modules open down to one announced buffer of
+// the configuration's stream.
+class OpenConfiguration {
+ public:
+  explicit OpenConfiguration(Configuration configuration) {
+    switch (configuration) {
+      case Configuration::BuiltIn: config_.emplace("LMMOCKTL_CONFIG", std::nullopt); break;
+      case Configuration::ImageFiles: configureImageFiles(); break;
+      case Configuration::GenDC: configureGenerated(); break;
+      case Configuration::StreamFile: configureStreamFile(); break;
+    }
+    gentl_ = std::make_unique<GenTLLibrary>(LMMOCKTL_CTI_PATH);
+    session_ = std::make_unique<ProducerSession>(*gentl_);
+    const std::vector<ProducerSession::DeviceEntry> devices = session_->devices();
+    if (devices.empty()) throw std::runtime_error("the configuration has no device");
+    iface_ = session_->openInterface(devices.front().interfaceId);
+    device_ = session_->openDevice(devices.front());
+    gentl_->check(gentl_->DevGetPort(device_, &remote_), "DevGetPort");
+    if (configuration == Configuration::GenDC) {
+      const GenTLArvDevice camera(FeaturesCommand::portFunctions(*gentl_), remote_);
+      camera.write("GenDCStreamingMode", "On");
+    }
+    const std::vector<std::string> streams = session_->streamIds(device_);
+    if (streams.empty()) throw std::runtime_error("the device has no stream");
+    acquisition_ = std::make_unique<Acquisition>(*gentl_, device_, streams.front());
+    acquisition_->announce(2, 0, flowSizes());
+    gentl_->check(gentl_->DSGetBufferID(acquisition_->stream(), 0, &buffer_), "DSGetBufferID");
+  }
+  ~OpenConfiguration() {
+    acquisition_.reset();
+    session_.reset();
+    gentl_.reset();
+  }
+  OpenConfiguration(const OpenConfiguration&) = delete;
+  OpenConfiguration& operator=(const OpenConfiguration&) = delete;
+
+  const GenTLLibrary& gentl() const { return *gentl_; }
+
+  void* port(Module module) const {
+    switch (module) {
+      case Module::System: return session_->system();
+      case Module::Interface: return iface_;
+      case Module::Device: return device_;
+      case Module::Remote: return remote_;
+      case Module::Stream: return acquisition_->stream();
+      case Module::Buffer: return buffer_;
+    }
+    return nullptr;
+  }
+
+ private:
+  void configure(const std::string& stream) {
+    config_.emplace("LMMOCKTL_CONFIG",
+                    directory_
+                        .write("conformance.json", R"({"Interfaces": [{"ID": "Bench", "Devices": [{"ID": "Cam",
+                            "Streams": [)" + stream + "]}]}]}")
+                        .string());
+  }
+
+  void configureImageFiles() {
+    std::filesystem::create_directories(directory_.path() / "images");
+    testing_support::writePng(directory_.path() / "images" / "a.png", testing_support::makePicture(24, 16, 3, 8));
+    testing_support::writePng(directory_.path() / "images" / "b.png", testing_support::makePicture(24, 16, 3, 8));
+    configure(R"({"ID": "Files", "ImageDirectoryPath": ")" + (directory_.path() / "images").string() + R"("})");
+  }
+
+  void configureGenerated() { configure(R"({"ID": "Generated", "PixelFormat": "Mono8", "Width": 64, "Height": 8})"); }
+
+  // Three flow sets of two flows, as a GenDC recording holds a descriptor flow and a data flow.
+  void configureStreamFile() {
+    const std::filesystem::path info = directory_.path() / "rec" / "take.info";
+    std::filesystem::create_directories(info.parent_path());
+    const std::vector<std::uint64_t> sizes = {64, 512};
+    lumo::mockTL::LmR::StreamFileWriter writer(info, sizes, std::vector<std::uint8_t>(24, 0x5A), 2);
+    for (std::uint8_t set = 0; set < 3; ++set) {
+      const std::vector<std::uint8_t> descriptor(sizes[0], set);
+      const std::vector<std::uint8_t> data(sizes[1], static_cast<std::uint8_t>(0x80 + set));
+      const std::vector<lumo::mockTL::LmR::Flow> flows = {{descriptor.data(), descriptor.size()},
+                                                          {data.data(), data.size()}};
+      writer.append(flows);
+    }
+    writer.finish();
+    configure(R"({"ID": "Replay", "StreamFilePath": ")" + info.string() + R"("})");
+  }
+
+  // The stream's flow sizes when it delivers more than one flow, which composite buffers receive.
+  std::vector<std::size_t> flowSizes() const {
+    uint32_t flows = 0;
+    if (gentl_->DSGetNumFlows(acquisition_->stream(), &flows) != GC_ERR_SUCCESS || flows < 2) return {};
+    std::vector<std::size_t> sizes;
+    for (uint32_t flow = 0; flow < flows; ++flow) {
+      std::uint64_t size = 0;
+      INFO_DATATYPE type = INFO_DATATYPE_UNKNOWN;
+      size_t width = sizeof(size);
+      gentl_->check(gentl_->DSGetFlowInfo(acquisition_->stream(), flow, FLOW_INFO_SIZE, &type, &size, &width),
+                    "DSGetFlowInfo(FLOW_INFO_SIZE)");
+      sizes.push_back(size);
+    }
+    return sizes;
+  }
+
+  TemporaryDirectory directory_;
+  std::optional<ScopedVariable> config_;
+  std::unique_ptr<GenTLLibrary> gentl_;
+  std::unique_ptr<ProducerSession> session_;
+  std::unique_ptr<Acquisition> acquisition_;
+  IF_HANDLE iface_ = nullptr;
+  DEV_HANDLE device_ = nullptr;
+  PORT_HANDLE remote_ = nullptr;
+  BUFFER_HANDLE buffer_ = nullptr;
+};
+
+class NodeMapConformance : public ::testing::TestWithParam<std::tuple<Configuration, Module>> {
+ protected:
+  static void TearDownTestSuite() {
+    std::printf("\nGenApi conformance through Aravis, per configuration and module\n");
+    std::printf("%-11s %-13s %6s %12s %5s %8s %7s %7s %9s %10s\n", "", "", "nodes", "unavailable", "read", "written",
+                "writes", "command", "command", "known");
+    std::printf("%-11s %-13s %6s %12s %5s %8s %7s %7s %9s %10s\n", "", "", "", "", "", "nodes", "", "run", "registers",
+                "exceptions");
+    for (const Configuration configuration : kConfigurations) {
+      for (const Module module : kModules) {
+        const auto found = figures().find({configuration, module});
+        if (found == figures().end()) continue;
+        const Figures& f = found->second;
+        std::printf("%-11s %-13s %6u %12u %5u %8u %7u %7u %9u %10u\n", nameOf(configuration), nameOf(module), f.nodes,
+                    f.unavailable, f.read, f.writtenNodes, f.writes, f.executed, f.commandRegisters, f.departures);
+      }
+    }
+    std::fflush(stdout);
+  }
+};
+
+TEST_P(NodeMapConformance, EveryNodeEvaluatesAndEveryWriteReadsBack) {
+  const auto [configuration, module] = GetParam();
+  std::unique_ptr<OpenConfiguration> open;
+  try {
+    open = std::make_unique<OpenConfiguration>(configuration);
+  } catch (const std::exception& failure) {
+    FAIL() << "cannot open the " << nameOf(configuration) << " configuration: " << failure.what();
+  }
+  const GenTLArvDevice features(FeaturesCommand::portFunctions(open->gentl()), open->port(module));
+  Figures& tally = figures()[{configuration, module}];
+  tally = Figures{};
+  NodeMapWalk(features, module, tally).run();
+  EXPECT_GT(tally.read, 0u);
+}
+
+// The figures above cover image files, GenDC and stream files only if each configuration's camera
+// really streams from them; one that fell back to generated images would pass unnoticed.
+class ConfigurationSource : public ::testing::TestWithParam<std::tuple<Configuration, const char*, const char*>> {};
+
+TEST_P(ConfigurationSource, CameraStreamsFromTheConfiguredSource) {
+  const auto [configuration, source, genDC] = GetParam();
+  const OpenConfiguration open(configuration);
+  const GenTLArvDevice camera(FeaturesCommand::portFunctions(open.gentl()), open.port(Module::Remote));
+  EXPECT_EQ(camera.read("StreamingDataSource"), source);
+  EXPECT_EQ(camera.read("GenDCStreamingStatus"), genDC);
+}
+
+INSTANTIATE_TEST_SUITE_P(EachConfiguration, ConfigurationSource,
+                         ::testing::Values(std::make_tuple(Configuration::BuiltIn, "Generated", "Off"),
+                                           std::make_tuple(Configuration::ImageFiles, "ImageFile", "Off"),
+                                           std::make_tuple(Configuration::GenDC, "Generated", "On"),
+                                           std::make_tuple(Configuration::StreamFile, "StreamFile", "On")),
+                         [](const auto& info) { return std::string(nameOf(std::get<0>(info.param))); });
+
+INSTANTIATE_TEST_SUITE_P(AllModules, NodeMapConformance,
+                         ::testing::Combine(::testing::ValuesIn(kConfigurations), ::testing::ValuesIn(kModules)),
+                         [](const ::testing::TestParamInfo<std::tuple<Configuration, Module>>& info) {
+                           return std::string(nameOf(std::get<0>(info.param))) + "_" + nameOf(std::get<1>(info.param));
+                         });
+
+}  // namespace
