@@ -84,18 +84,6 @@ INSTANTIATE_TEST_SUITE_P(Formats, GeneratedPixel,
                                          PixelCase{"BGRa16", BGRa16, 3, 1, 2, 0, 2, {26112, 41216, 14080, 0xEEEE}}),
                          [](const testing::TestParamInfo<PixelCase>& info) { return info.param.name; });
 
-TEST(GeneratedImage, Bayer2x2TileIsRedGreenGreenBlueForBayerRG8) {
-  const std::vector<std::byte> image = generate({BayerRG8, 2, 2, 0, 0});
-  EXPECT_EQ(image, (std::vector<std::byte>{std::byte{55}, std::byte{161}, std::byte{161}, std::byte{102}}));
-}
-
-TEST(GeneratedImage, PaddedMono8ZeroesLineEndsAndTrailingLines) {
-  const std::vector<std::byte> image = generate({Mono8, 4, 2, 2, 1});
-  ASSERT_EQ(image.size(), 18u);
-  const std::vector<std::uint8_t> expected{0, 1, 2, 3, 0, 0, 1, 2, 3, 4, 0, 0, 0, 0, 0, 0, 0, 0};
-  for (std::size_t i = 0; i < expected.size(); ++i) EXPECT_EQ(std::to_integer<int>(image[i]), expected[i]) << i;
-}
-
 // Every padding sample is zero, every image pixel carries the pattern, and nothing beyond the
 // payload is written: per format family, with padding on both axes.
 class PaddedImage : public testing::TestWithParam<std::uint32_t> {};

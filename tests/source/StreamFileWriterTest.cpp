@@ -42,32 +42,6 @@ TEST(StreamFileWriterTest, InfoFileHasTheExactLayout) {
   EXPECT_FALSE(std::filesystem::exists(dir / "rec-000002.gdcs"));
 }
 
-TEST(StreamFileWriterTest, ReplayReturnsEveryFlowByteForByte) {
-  TemporaryDirectory dir;
-  const std::vector<std::uint64_t> sizes = {1000, 0, 333, 7};
-  {
-    LmR::StreamFileWriter writer(dir / "capture.info", sizes, {1, 2, 3, 4}, 3);
-    for (std::uint64_t flowSet = 0; flowSet < 10; ++flowSet) append(writer, patternFlows(flowSet, sizes));
-    EXPECT_EQ(writer.flowSetCount(), 10u);
-  }  // the destructor finishes the recording
-
-  ContainerReader reader(dir / "capture.info");
-  EXPECT_EQ(reader.frameCount(), 10u);
-  EXPECT_EQ(reader.dataFileCount(), 4u);
-  EXPECT_EQ(reader.flowSizes(), sizes);
-  EXPECT_EQ(reader.prefetchDescriptor(), (std::vector<std::uint8_t>{1, 2, 3, 4}));
-  EXPECT_TRUE(reader.fixedFlowSizes());
-  for (const std::uint64_t flowSet : {9, 0, 4, 3, 2}) {
-    const auto expected = patternFlows(flowSet, sizes);
-    const auto flows = reader.flowsOf(flowSet);
-    ASSERT_EQ(flows.size(), sizes.size());
-    for (std::size_t i = 0; i < flows.size(); ++i) {
-      EXPECT_EQ(std::vector<std::uint8_t>(flows[i].data, flows[i].data + flows[i].size), expected[i])
-          << "flow set " << flowSet << " flow " << i;
-    }
-  }
-}
-
 TEST(StreamFileWriterTest, EmptyRecordingOpensWithNoFlowSets) {
   TemporaryDirectory dir;
   LmR::StreamFileWriter(dir / "rec.info", {8}, {}, 5).finish();

@@ -101,16 +101,7 @@ TEST_F(StreamFileReplay, ReportsTheRecordingsFlowsTableAndDescriptor) {
   EXPECT_EQ(readCamera<std::uint64_t>(kStreamFileMaxFrameId), kFlowSets - 1);
   EXPECT_EQ(payloadSize(stream), 32u + 1000 + 500);
 
-  uint32_t flows = 0;
-  ASSERT_EQ(gentl.DSGetNumFlows(stream, &flows), GC_ERR_SUCCESS);
-  ASSERT_EQ(flows, kFlowSizes.size());
-  for (uint32_t flow = 0; flow < flows; ++flow) {
-    size_t size = 0;
-    size_t width = sizeof(size);
-    INFO_DATATYPE type = 0;
-    ASSERT_EQ(gentl.DSGetFlowInfo(stream, flow, FLOW_INFO_SIZE, &type, &size, &width), GC_ERR_SUCCESS);
-    EXPECT_EQ(size, kFlowSizes[flow]);
-  }
+  EXPECT_EQ(flowSizes(stream), kFlowSizes);
   std::vector<std::uint8_t> table(64, 0xEE);
   size_t size = table.size();
   INFO_DATATYPE type = 0;
@@ -118,17 +109,9 @@ TEST_F(StreamFileReplay, ReportsTheRecordingsFlowsTableAndDescriptor) {
   ASSERT_EQ(size, 40u);
   expectFields(table, {{0, 2, 0x7000}, {12, 4, 3}, {16, 8, 32}, {24, 8, 1000}, {32, 8, 500}, {40, 1, 0xEE}});
 
-  std::vector<std::uint8_t> descriptor(64);
-  size = descriptor.size();
-  ASSERT_EQ(gentl.DSGetInfo(stream, STREAM_INFO_GENDC_PREFETCH_DESCRIPTOR, &type, descriptor.data(), &size),
-            GC_ERR_SUCCESS);
-  descriptor.resize(size);
-  EXPECT_EQ(descriptor, prefetchDescriptor());
+  EXPECT_EQ(streamBytes(stream, STREAM_INFO_GENDC_PREFETCH_DESCRIPTOR), prefetchDescriptor());
   EXPECT_EQ(readCamera(kGenDCDescriptorSize), prefetchDescriptor().size());
-  std::vector<std::uint8_t> registerBytes(prefetchDescriptor().size());
-  size = registerBytes.size();
-  ASSERT_EQ(gentl.GCReadPort(camera, kGenDCDescriptor, registerBytes.data(), &size), GC_ERR_SUCCESS);
-  EXPECT_EQ(registerBytes, prefetchDescriptor());
+  EXPECT_EQ(readCameraBytes(kGenDCDescriptor, prefetchDescriptor().size()), prefetchDescriptor());
 
   BUFFER_HANDLE plain = nullptr;
   EXPECT_EQ(gentl.DSAllocAndAnnounceBuffer(stream, payloadSize(stream), nullptr, &plain), GC_ERR_ERROR);
@@ -241,9 +224,7 @@ TEST_F(StreamFileReplay, FlowTableLongerThanItsRegisterIsRefusedWhileTheFlowsSti
   }
   configure(info);
   const DS_HANDLE stream = openReplay();
-  uint32_t flows = 0;
-  ASSERT_EQ(gentl.DSGetNumFlows(stream, &flows), GC_ERR_SUCCESS);
-  EXPECT_EQ(flows, 127u);
+  EXPECT_EQ(flowSizes(stream), sizes);
   INFO_DATATYPE type = 0;
   size_t size = 0;
   EXPECT_EQ(gentl.DSGetInfo(stream, STREAM_INFO_FLOW_TABLE, &type, nullptr, &size), GC_ERR_ERROR);
