@@ -1,15 +1,13 @@
-// The data stream module on its own: buffer announcement and order, the image settings behind the
-// payload size, and its acquisition thread fed with images of its own, paced at 1 ms.
+// The data stream module on its own: its own refusals behind the export checks, the image settings
+// behind the payload size, and its acquisition thread, paced at 1 ms.
 #include <gtest/gtest.h>
 
 #include <cstdint>
 #include <cstring>
 #include <memory>
-#include <string>
 #include <vector>
 
 #include "event/ErrorEvent.h"
-#include "source/MemoryImage.h"
 #include "source/Pfnc.h"
 #include "stream/DataStream.h"
 #include "support/ExpectGenTLError.h"
@@ -126,43 +124,6 @@ TEST_F(DataStreamTest, CompositeAnnounceChecksItsSegmentsThenTheStreamsState) {
 TEST_F(DataStreamTest, StartGuardsItsOwnArguments) {
   EXPECT_GENTL_ERROR(stream->startGrabbing(1, 1), GC_ERR_NOT_AVAILABLE, "only default flag is allowed");
   EXPECT_GENTL_ERROR(stream->startGrabbing(ACQ_START_FLAGS_DEFAULT, 0), GC_ERR_INVALID_PARAMETER, "numberImages==0");
-}
-
-// One image per frame, each filled with its own byte value.
-std::shared_ptr<const SourceImage> uniformImage(std::uint32_t width, std::uint32_t height, std::uint8_t value) {
-  auto image =
-      std::make_shared<MemoryImage>(width, height, 1, PlaneDataType{8, false}, MemoryImage::Arrangement::Interleaved);
-  std::memset(image->data(), value, image->size());
-  return image;
-}
-
-TEST_F(DataStreamTest, ImagesFollowTheStartedCountAcrossAcquisitionsWhileFrameIdsRestart) {
-  const std::vector<std::shared_ptr<const SourceImage>> images{uniformImage(16, 4, 0xA0), uniformImage(16, 4, 0xB0)};
-  stream->setSourceImages(images);
-  queueBuffers(3);
-  const auto event = newBufferEvent();
-  // Byte 8 is the first image byte behind the timestamp.
-  const auto expectFrom = [&](BUFFER_HANDLE handle, std::size_t image) {
-    const auto resource = stream->findBuffer(handle);
-    EXPECT_EQ(resource->buffer().segments().front().base[8], image == 0 ? std::byte{0xA0} : std::byte{0xB0});
-    EXPECT_EQ(resource->buffer().lastSourceImage(), images[image]);
-    return resource;
-  };
-
-  stream->startGrabbing(ACQ_START_FLAGS_DEFAULT, 3);
-  for (const std::size_t image : {0, 1, 0}) {
-    stream->QueueBuffer(expectFrom(next(*event), image));
-  }
-  stream->stopGrabbing();
-  stream->startGrabbing(ACQ_START_FLAGS_DEFAULT, 1);
-  const BUFFER_HANDLE handle = next(*event);
-  expectFrom(handle, 1);  // the fourth frame ever takes the second image
-  std::uint64_t frameId = 99;
-  std::size_t size = sizeof(frameId);
-  INFO_DATATYPE type = 0;
-  stream->findBuffer(handle)->GetBufferInfo(BUFFER_INFO_FRAMEID, type, &frameId, size);
-  EXPECT_EQ(frameId, 0u);
-  stream->stopGrabbing();
 }
 
 TEST_F(DataStreamTest, FailedFillIsReportedOnTheErrorEventAndTheFrameStillDelivered) {

@@ -112,10 +112,6 @@ TEST_F(StreamFileReplay, ReportsTheRecordingsFlowsTableAndDescriptor) {
   EXPECT_EQ(streamBytes(stream, STREAM_INFO_GENDC_PREFETCH_DESCRIPTOR), prefetchDescriptor());
   EXPECT_EQ(readCamera(kGenDCDescriptorSize), prefetchDescriptor().size());
   EXPECT_EQ(readCameraBytes(kGenDCDescriptor, prefetchDescriptor().size()), prefetchDescriptor());
-
-  BUFFER_HANDLE plain = nullptr;
-  EXPECT_EQ(gentl.DSAllocAndAnnounceBuffer(stream, payloadSize(stream), nullptr, &plain), GC_ERR_ERROR);
-  expectLastError(GC_ERR_ERROR, "current configuration is not supported by the requested operation");
 }
 
 struct StartFrame {
