@@ -197,10 +197,9 @@ TEST_P(FirstImageGeometry, IsItsSizeAndThePixelFormatOfItsPlanes) {
   EXPECT_EQ(ImageFileSource::geometryOf(load(path(), std::nullopt)), (ImageGeometry{c.pixelFormat, 33, 17, 0, 0}));
 }
 
+// 8-bit gray and RGB files are streamed through the built producer.
 INSTANTIATE_TEST_SUITE_P(Formats, FirstImageGeometry,
-                         ::testing::Values(GeometryCase{"Gray8", "a.png", 1, 8, pfnc::Mono8},
-                                           GeometryCase{"Gray16", "a.tif", 1, 16, pfnc::Mono16},
-                                           GeometryCase{"Rgb8", "a.bmp", 3, 8, pfnc::RGB8},
+                         ::testing::Values(GeometryCase{"Gray16", "a.tif", 1, 16, pfnc::Mono16},
                                            GeometryCase{"Rgba8", "a.png", 4, 8, pfnc::RGB8},
                                            GeometryCase{"Rgb16", "a.j2k", 3, 16, pfnc::RGB10}),
                          [](const ::testing::TestParamInfo<GeometryCase>& info) { return info.param.name; });
