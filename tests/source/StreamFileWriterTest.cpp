@@ -29,17 +29,24 @@ void append(LmR::StreamFileWriter& writer, const std::vector<std::vector<std::ui
   writer.append(records);
 }
 
-TEST(StreamFileWriterTest, InfoFileHasTheExactLayout) {
+// An empty flow among the others takes no bytes, and the writer's destructor finishes the recording.
+TEST(StreamFileWriterTest, InfoFileHasTheExactLayoutAndReadsBack) {
   TemporaryDirectory dir;
+  const std::vector<std::uint64_t> sizes = {4, 0, 2};
   {
-    LmR::StreamFileWriter writer(dir / "rec.info", {4, 2}, {9, 8, 7}, 2);
-    for (std::uint64_t flowSet = 0; flowSet < 3; ++flowSet) append(writer, patternFlows(flowSet, {4, 2}));
-    writer.finish();
+    LmR::StreamFileWriter writer(dir / "rec.info", sizes, {9, 8, 7}, 2);
+    for (std::uint64_t flowSet = 0; flowSet < 3; ++flowSet) append(writer, patternFlows(flowSet, sizes));
   }
-  EXPECT_EQ(readFile(dir / "rec.info"), infoFileBytes(true, {4, 2}, {12, 6}, {2, 1}, {9, 8, 7}));
+  EXPECT_EQ(readFile(dir / "rec.info"), infoFileBytes(true, sizes, {12, 6}, {2, 1}, {9, 8, 7}));
   EXPECT_EQ(readFile(dir / "rec-000000.gdcs"), patternFlowSets(0, 2, 6));
   EXPECT_EQ(readFile(dir / "rec-000001.gdcs"), patternFlowSets(2, 1, 6));
   EXPECT_FALSE(std::filesystem::exists(dir / "rec-000002.gdcs"));
+
+  ContainerReader reader(dir / "rec.info");
+  const auto flows = reader.flowsOf(2);
+  ASSERT_EQ(flows.size(), 3u);
+  EXPECT_EQ(flows[1].size, 0u);
+  EXPECT_EQ(std::vector<std::uint8_t>(flows[2].data, flows[2].data + flows[2].size), patternFlows(2, sizes)[2]);
 }
 
 TEST(StreamFileWriterTest, EmptyRecordingOpensWithNoFlowSets) {

@@ -153,17 +153,20 @@ INSTANTIATE_TEST_SUITE_P(
                       StartFrame{"Largest", ~std::uint64_t{0}, {0, 1, 2}}),
     [](const auto& info) { return std::string(info.param.name); });
 
-TEST_F(StreamFileReplay, FlowLargerThanItsSegmentIsReportedAfterTheEarlierFlowsWereCopied) {
+TEST_F(StreamFileReplay, FlowLargerThanItsSegmentIsReportedAfterTheEarlierFlowsWereCopiedToTheirStart) {
   configure(record());
   const DS_HANDLE stream = openReplay();
-  announceComposite(stream, {32, 999, 500}, 3);
+  announceComposite(stream, {40, 999, 500}, 3);
   EVENT_HANDLE errors = nullptr;
   ASSERT_EQ(gentl.GCRegisterEvent(stream, EVENT_ERROR, &errors), GC_ERR_SUCCESS);
   const EVENT_HANDLE event = registerNewBuffer(stream);
   ASSERT_EQ(gentl.DSStartAcquisition(stream, ACQ_START_FLAGS_DEFAULT, 1), GC_ERR_SUCCESS);
   const BUFFER_HANDLE buffer = nextBuffer(event);
   ASSERT_NE(buffer, nullptr);
-  EXPECT_EQ(segmentBytes(stream, buffer, 0), recordedFlow(0, 0));
+  // A segment larger than its flow keeps what lies behind the flow.
+  auto first = recordedFlow(0, 0);
+  first.resize(40, 0xEE);
+  EXPECT_EQ(segmentBytes(stream, buffer, 0), first);
   EXPECT_EQ(segmentBytes(stream, buffer, 1), std::vector<std::uint8_t>(999, 0xEE));
   EXPECT_EQ(nextErrorText(errors), "The flow does not fit into the corresponding buffer segment.");
   EXPECT_EQ(gentl.DSStopAcquisition(stream, ACQ_STOP_FLAGS_DEFAULT), GC_ERR_SUCCESS);
