@@ -56,7 +56,6 @@ TEST_F(Acquisition, ConsumerCycleDeliversDenseFrameIdsAndCountsEveryFrame) {
   EXPECT_EQ(gentl.EventGetData(event, &data, &size, 300), GC_ERR_TIMEOUT);
   EXPECT_TRUE(isGrabbing(stream));
   EXPECT_EQ(start(stream), GC_ERR_RESOURCE_IN_USE);
-  expectLastError(GC_ERR_RESOURCE_IN_USE, "grab already running");
   EXPECT_EQ(streamInfo<uint64_t>(stream, STREAM_INFO_NUM_DELIVERED), 6u);
   EXPECT_EQ(streamInfo<uint64_t>(stream, STREAM_INFO_NUM_STARTED), 6u);
   EXPECT_EQ(streamInfo<size_t>(stream, STREAM_INFO_NUM_QUEUED), 3u);
@@ -65,7 +64,6 @@ TEST_F(Acquisition, ConsumerCycleDeliversDenseFrameIdsAndCountsEveryFrame) {
   ASSERT_EQ(gentl.DSStopAcquisition(stream, ACQ_STOP_FLAGS_DEFAULT), GC_ERR_SUCCESS);
   EXPECT_FALSE(isGrabbing(stream));
   EXPECT_EQ(gentl.DSStopAcquisition(stream, ACQ_STOP_FLAGS_KILL), GC_ERR_RESOURCE_IN_USE);
-  expectLastError(GC_ERR_RESOURCE_IN_USE, "grab was not running");
 
   // A second run starts its frame ids again; the started count goes on.
   ASSERT_EQ(start(stream, 2), GC_ERR_SUCCESS);
