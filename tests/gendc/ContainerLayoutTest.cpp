@@ -12,7 +12,6 @@ namespace {
 
 constexpr std::uint32_t kMono16 = 0x01100007;
 constexpr std::uint32_t kMono12p = 0x010C0047;
-constexpr std::uint64_t kVgaMono8 = 640 * 480;
 
 StreamSettings vga(std::uint32_t images, std::uint32_t flowMapping) {
   return StreamSettings{.flowMappingConfiguration = flowMapping, .imageCount = images, .width = 640, .height = 480};
@@ -52,13 +51,6 @@ TEST_P(ContainerLayoutOfSettings, SizesDescriptorFlowsAndParts) {
 INSTANTIATE_TEST_SUITE_P(
     Settings, ContainerLayoutOfSettings,
     ::testing::Values(
-        LayoutCase{"OneMono8ImageSingleFlow", vga(1, 0), 176, {176 + kVgaMono8}, {0}, {176}},
-        LayoutCase{
-            "TwoImagesMultipleFlow", vga(2, 1), 296, {296, kVgaMono8, kVgaMono8}, {1, 2}, {296, 296 + kVgaMono8}},
-        LayoutCase{"TwoImagesSingleFlow", vga(2, 0), 296, {296 + 2 * kVgaMono8}, {0, 0}, {296, 296 + kVgaMono8}},
-        LayoutCase{"OneImageMultipleFlowStillSplitsDescriptorAndData", vga(1, 1), 176, {176, kVgaMono8}, {1}, {176}},
-        LayoutCase{
-            "UnknownMappingValueKeepsOneFlow", vga(2, 7), 296, {296 + 2 * kVgaMono8}, {0, 0}, {296, 296 + kVgaMono8}},
         // Padding is part of every line and of the image: (640 + 4) × (480 + 2) × 2 bytes.
         LayoutCase{"PaddedMono16",
                    StreamSettings{.width = 640, .height = 480, .pixelFormat = kMono16, .paddingX = 4, .paddingY = 2},

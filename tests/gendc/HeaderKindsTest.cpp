@@ -71,21 +71,6 @@ TEST(PartHeaderContents, DescribeTheImageGeometryAndPartType) {
                               {50, 2, 2u}});
 }
 
-TEST(FlowMappingTableContents, ThreeFlowsMakeAFortyByteTable) {
-  const std::vector<std::uint64_t> flowSizes{296, 307200, 307201};
-  const std::vector<std::uint8_t> table = FlowMappingTable::bytesFor(flowSizes);
-
-  ASSERT_EQ(table.size(), 40u);
-  test::expectFields(table, {{0, 2, 0x7000u},
-                             {4, 4, 40u},
-                             {8, 1, 1u},
-                             {9, 1, 1u},
-                             {12, 4, 3u},
-                             {16, 8, 296u},
-                             {24, 8, 307200u},
-                             {32, 8, 307201u}});
-}
-
 TEST(FlowMappingTableContents, FlowCountDifferentFromTheSizeListIsRefusedBeforeWriting) {
   std::vector<std::uint8_t> memory(40, 0xEE);
   const std::vector<std::uint64_t> flowSizes{296, 307200};

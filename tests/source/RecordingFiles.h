@@ -6,11 +6,11 @@
 #include <filesystem>
 #include <fstream>
 #include <ostream>
-#include <random>
 #include <string>
 #include <vector>
 
 #include "source/LmRApi.h"
+#include "support/ScopedEnvironment.h"
 
 // Failures print as their numbers.
 inline void PrintTo(LmRStatus status, std::ostream* out) { *out << static_cast<std::int32_t>(status); }
@@ -18,32 +18,11 @@ inline void PrintTo(LmRStatus status, std::ostream* out) { *out << static_cast<s
 // Files for the recording tests, made by the tests themselves.
 namespace lumo::mockTL::testing {
 
-// A fresh directory per test, removed with everything in it afterwards.
-class TemporaryDirectory {
- public:
-  TemporaryDirectory() {
-    const auto* test = ::testing::UnitTest::GetInstance()->current_test_info();
-    std::string name = std::string("lmr-") + test->test_suite_name() + "-" + test->name() + "-" +
-                       std::to_string(std::random_device{}());
-    for (auto& c : name) {
-      if (c == '/') c = '_';
-    }
-    path_ = std::filesystem::temp_directory_path() / name;
-    std::filesystem::create_directories(path_);
-  }
-  ~TemporaryDirectory() {
-    std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
-  }
-  TemporaryDirectory(const TemporaryDirectory&) = delete;
-  TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
+using testing_support::TemporaryDirectory;
 
-  const std::filesystem::path& path() const { return path_; }
-  std::filesystem::path operator/(const std::string& name) const { return path_ / name; }
-
- private:
-  std::filesystem::path path_;
-};
+inline std::filesystem::path operator/(const TemporaryDirectory& directory, const std::string& name) {
+  return directory.path() / name;
+}
 
 // Little-endian bytes appended field by field: InfoFiles laid out by hand, independently of the
 // code under test, so that writer and reader cannot agree on a wrong layout unnoticed.

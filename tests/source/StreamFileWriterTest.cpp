@@ -29,43 +29,24 @@ void append(LmR::StreamFileWriter& writer, const std::vector<std::vector<std::ui
   writer.append(records);
 }
 
-TEST(StreamFileWriterTest, InfoFileHasTheExactLayout) {
+// An empty flow among the others takes no bytes, and the writer's destructor finishes the recording.
+TEST(StreamFileWriterTest, InfoFileHasTheExactLayoutAndReadsBack) {
   TemporaryDirectory dir;
+  const std::vector<std::uint64_t> sizes = {4, 0, 2};
   {
-    LmR::StreamFileWriter writer(dir / "rec.info", {4, 2}, {9, 8, 7}, 2);
-    for (std::uint64_t flowSet = 0; flowSet < 3; ++flowSet) append(writer, patternFlows(flowSet, {4, 2}));
-    writer.finish();
+    LmR::StreamFileWriter writer(dir / "rec.info", sizes, {9, 8, 7}, 2);
+    for (std::uint64_t flowSet = 0; flowSet < 3; ++flowSet) append(writer, patternFlows(flowSet, sizes));
   }
-  EXPECT_EQ(readFile(dir / "rec.info"), infoFileBytes(true, {4, 2}, {12, 6}, {2, 1}, {9, 8, 7}));
+  EXPECT_EQ(readFile(dir / "rec.info"), infoFileBytes(true, sizes, {12, 6}, {2, 1}, {9, 8, 7}));
   EXPECT_EQ(readFile(dir / "rec-000000.gdcs"), patternFlowSets(0, 2, 6));
   EXPECT_EQ(readFile(dir / "rec-000001.gdcs"), patternFlowSets(2, 1, 6));
   EXPECT_FALSE(std::filesystem::exists(dir / "rec-000002.gdcs"));
-}
 
-TEST(StreamFileWriterTest, ReplayReturnsEveryFlowByteForByte) {
-  TemporaryDirectory dir;
-  const std::vector<std::uint64_t> sizes = {1000, 0, 333, 7};
-  {
-    LmR::StreamFileWriter writer(dir / "capture.info", sizes, {1, 2, 3, 4}, 3);
-    for (std::uint64_t flowSet = 0; flowSet < 10; ++flowSet) append(writer, patternFlows(flowSet, sizes));
-    EXPECT_EQ(writer.flowSetCount(), 10u);
-  }  // the destructor finishes the recording
-
-  ContainerReader reader(dir / "capture.info");
-  EXPECT_EQ(reader.frameCount(), 10u);
-  EXPECT_EQ(reader.dataFileCount(), 4u);
-  EXPECT_EQ(reader.flowSizes(), sizes);
-  EXPECT_EQ(reader.prefetchDescriptor(), (std::vector<std::uint8_t>{1, 2, 3, 4}));
-  EXPECT_TRUE(reader.fixedFlowSizes());
-  for (const std::uint64_t flowSet : {9, 0, 4, 3, 2}) {
-    const auto expected = patternFlows(flowSet, sizes);
-    const auto flows = reader.flowsOf(flowSet);
-    ASSERT_EQ(flows.size(), sizes.size());
-    for (std::size_t i = 0; i < flows.size(); ++i) {
-      EXPECT_EQ(std::vector<std::uint8_t>(flows[i].data, flows[i].data + flows[i].size), expected[i])
-          << "flow set " << flowSet << " flow " << i;
-    }
-  }
+  ContainerReader reader(dir / "rec.info");
+  const auto flows = reader.flowsOf(2);
+  ASSERT_EQ(flows.size(), 3u);
+  EXPECT_EQ(flows[1].size, 0u);
+  EXPECT_EQ(std::vector<std::uint8_t>(flows[2].data, flows[2].data + flows[2].size), patternFlows(2, sizes)[2]);
 }
 
 TEST(StreamFileWriterTest, EmptyRecordingOpensWithNoFlowSets) {

@@ -1,6 +1,6 @@
 // Whole acquisitions through the built LmMockTL.cti, as consumers run them: buffers announced and
 // queued, the new-buffer event registered, frames received, inspected and requeued, the queues
-// flushed, acquisition stopped and the stream, device and library closed while frames flow.
+// flushed, acquisition stopped and the device closed while frames flow.
 #include <gtest/gtest.h>
 
 #include <array>
@@ -8,7 +8,6 @@
 #include <cstring>
 #include <functional>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "support/StreamSession.h"
@@ -57,7 +56,6 @@ TEST_F(Acquisition, ConsumerCycleDeliversDenseFrameIdsAndCountsEveryFrame) {
   EXPECT_EQ(gentl.EventGetData(event, &data, &size, 300), GC_ERR_TIMEOUT);
   EXPECT_TRUE(isGrabbing(stream));
   EXPECT_EQ(start(stream), GC_ERR_RESOURCE_IN_USE);
-  expectLastError(GC_ERR_RESOURCE_IN_USE, "grab already running");
   EXPECT_EQ(streamInfo<uint64_t>(stream, STREAM_INFO_NUM_DELIVERED), 6u);
   EXPECT_EQ(streamInfo<uint64_t>(stream, STREAM_INFO_NUM_STARTED), 6u);
   EXPECT_EQ(streamInfo<size_t>(stream, STREAM_INFO_NUM_QUEUED), 3u);
@@ -66,7 +64,6 @@ TEST_F(Acquisition, ConsumerCycleDeliversDenseFrameIdsAndCountsEveryFrame) {
   ASSERT_EQ(gentl.DSStopAcquisition(stream, ACQ_STOP_FLAGS_DEFAULT), GC_ERR_SUCCESS);
   EXPECT_FALSE(isGrabbing(stream));
   EXPECT_EQ(gentl.DSStopAcquisition(stream, ACQ_STOP_FLAGS_KILL), GC_ERR_RESOURCE_IN_USE);
-  expectLastError(GC_ERR_RESOURCE_IN_USE, "grab was not running");
 
   // A second run starts its frame ids again; the started count goes on.
   ASSERT_EQ(start(stream, 2), GC_ERR_SUCCESS);
@@ -110,6 +107,7 @@ struct FamilyCase {
   const char* stream;
   uint64_t pixelFormat;
   size_t payload;
+  size_t xPadding, yPadding;  // in bytes
   // Checks the frame's bytes after the timestamp; returns the first offset that is wrong, or -1.
   std::function<long(const std::vector<uint8_t>&)> firstWrongByte;
 };
@@ -178,6 +176,10 @@ TEST_P(PixelFamily, DeliversTheGeneratedImageBehindTheTimestamp) {
   const BUFFER_HANDLE second = nextBuffer(event);
   ASSERT_NE(second, nullptr);
   EXPECT_EQ(bufferInfo<uint64_t>(stream, first, BUFFER_INFO_PIXELFORMAT), family.pixelFormat);
+  EXPECT_EQ(bufferInfo<size_t>(stream, first, BUFFER_INFO_XPADDING), family.xPadding);
+  if (family.yPadding != 0) {
+    EXPECT_EQ(bufferInfo<size_t>(stream, first, BUFFER_INFO_YPADDING), family.yPadding);
+  }
 
   const auto frame = bufferBytes(stream, first);
   ASSERT_EQ(frame.size(), family.payload);
@@ -193,21 +195,11 @@ TEST_P(PixelFamily, DeliversTheGeneratedImageBehindTheTimestamp) {
 }
 
 INSTANTIATE_TEST_SUITE_P(OnePerFamily, PixelFamily,
-                         ::testing::Values(FamilyCase{"Mono8Padded", 0x01080001, 68 * 10, mono8Padded},
-                                           FamilyCase{"Mono16", 0x01100007, 48 * 4 * 2, mono16},
-                                           FamilyCase{"Mono12p", 0x010C0047, 32 * 4 * 12 / 8, mono12p},
-                                           FamilyCase{"RGB8", 0x02180014, 16 * 4 * 3, rgb8}),
+                         ::testing::Values(FamilyCase{"Mono8Padded", 0x01080001, 68 * 10, 4, 2 * 68, mono8Padded},
+                                           FamilyCase{"Mono16", 0x01100007, 48 * 4 * 2, 0, 0, mono16},
+                                           FamilyCase{"Mono12p", 0x010C0047, 32 * 4 * 12 / 8, 0, 0, mono12p},
+                                           FamilyCase{"RGB8", 0x02180014, 16 * 4 * 3, 0, 0, rgb8}),
                          [](const auto& info) { return std::string(info.param.stream); });
-
-TEST_F(Acquisition, PaddedStreamReportsItsPaddingInBytes) {
-  TemporaryDirectory directory;
-  ScopedVariable config("LMMOCKTL_CONFIG", directory.write("families.json", kFamiliesConfiguration).string());
-  const DS_HANDLE stream = openDeviceStream("Mono8Padded", "Bench", "Cam");
-  BUFFER_HANDLE buffer = nullptr;
-  ASSERT_EQ(gentl.DSAllocAndAnnounceBuffer(stream, payloadSize(stream), nullptr, &buffer), GC_ERR_SUCCESS);
-  EXPECT_EQ(bufferInfo<size_t>(stream, buffer, BUFFER_INFO_XPADDING), 4u);
-  EXPECT_EQ(bufferInfo<size_t>(stream, buffer, BUFFER_INFO_YPADDING), 2u * 68u);
-}
 
 // --- Underrun: three buffers that the consumer never gives back. ---
 
@@ -351,27 +343,6 @@ TEST_F(Flush, UndefinedModeIsRefused) {
   expectLastError(GC_ERR_INVALID_PARAMETER, "acq queue type not defined");
 }
 
-// --- Waiting for frames. ---
-
-TEST_F(Acquisition, NewBufferWaitEndsOnTimeoutAndOnAKillFromAnotherThread) {
-  const DS_HANDLE stream = openDeviceStream();
-  const EVENT_HANDLE event = registerNewBuffer(stream);
-  EVENT_NEW_BUFFER_DATA data{};
-  size_t size = sizeof(data);
-  EXPECT_EQ(gentl.EventGetData(event, &data, &size, 0), GC_ERR_TIMEOUT);
-
-  GC_ERROR waited = GC_ERR_SUCCESS;
-  std::thread waiter([&] {
-    EVENT_NEW_BUFFER_DATA item{};
-    size_t itemSize = sizeof(item);
-    waited = gentl.EventGetData(event, &item, &itemSize, GENTL_INFINITE);
-  });
-  // A kill that comes before the wait has begun aborts it all the same.
-  EXPECT_EQ(gentl.EventKill(event), GC_ERR_SUCCESS);
-  waiter.join();
-  EXPECT_EQ(waited, GC_ERR_ABORT);
-}
-
 // --- Announcing memory of the consumer's own. ---
 
 TEST_F(Acquisition, AnnouncedMemoryIsFilledAndRevokingHandsBackHandleAndPrivatePointer) {
@@ -475,7 +446,7 @@ TEST_F(Acquisition, CompositeBufferOfOneSegmentIsFilledLikeAPlainOne) {
   EXPECT_EQ(gentl.DSStopAcquisition(stream, ACQ_STOP_FLAGS_DEFAULT), GC_ERR_SUCCESS);
 }
 
-// --- Closing while frames flow. ---
+// --- Closing while frames flow; the stress tests close every level under running streams. ---
 
 TEST_F(Acquisition, ClosingTheDeviceStopsItsGrabbingStreams) {
   const DS_HANDLE stream = openDeviceStream();
@@ -486,27 +457,6 @@ TEST_F(Acquisition, ClosingTheDeviceStopsItsGrabbingStreams) {
   ASSERT_EQ(gentl.DevClose(device), GC_ERR_SUCCESS);
   EXPECT_FALSE(isGrabbing(stream));
   EXPECT_EQ(gentl.DSStopAcquisition(stream, ACQ_STOP_FLAGS_DEFAULT), GC_ERR_RESOURCE_IN_USE);
-}
-
-TEST_F(Acquisition, ClosingTheStreamStopsItsAcquisition) {
-  const DS_HANDLE stream = openDeviceStream();
-  allocateBuffers(stream, 3);
-  ASSERT_EQ(start(stream), GC_ERR_SUCCESS);
-  ASSERT_EQ(gentl.DSClose(stream), GC_ERR_SUCCESS);
-  EXPECT_FALSE(isGrabbing(stream));
-}
-
-TEST_F(Acquisition, ClosingTheLibraryWhileStreamsGrabEndsThem) {
-  const DS_HANDLE first = openDeviceStream("MyStream0");
-  const DS_HANDLE second = openStream(device, "MyStream2");
-  allocateBuffers(first, 3);
-  allocateBuffers(second, 3);
-  const EVENT_HANDLE event = registerNewBuffer(first);
-  ASSERT_EQ(start(first), GC_ERR_SUCCESS);
-  ASSERT_EQ(start(second), GC_ERR_SUCCESS);
-  ASSERT_NE(nextBuffer(event), nullptr);
-  EXPECT_EQ(gentl.GCCloseLib(), GC_ERR_SUCCESS);
-  ASSERT_EQ(gentl.GCInitLib(), GC_ERR_SUCCESS);
 }
 
 }  // namespace

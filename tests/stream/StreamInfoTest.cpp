@@ -59,8 +59,10 @@ INSTANTIATE_TEST_SUITE_P(
         InfoCase{"Alignment", STREAM_INFO_BUF_ALIGNMENT, INFO_DATATYPE_SIZET, bytesOf(size_t{1})}),
     [](const auto& info) { return std::string(info.param.name); });
 
+// A stream info command (ofBuffer false) or a buffer info command asked of a fresh buffer.
 struct Refused {
   const char* name;
+  bool ofBuffer;
   int32_t command;
   INFO_DATATYPE typeIn;
   GC_ERROR code;
@@ -69,27 +71,42 @@ struct Refused {
 
 void PrintTo(const Refused& c, std::ostream* out) { *out << c.name; }
 
-class StreamInfoRefusal : public StreamSession, public ::testing::WithParamInterface<Refused> {};
+class InfoRefusal : public StreamSession, public ::testing::WithParamInterface<Refused> {};
 
-TEST_P(StreamInfoRefusal, FailsWithItsCodeAndMessage) {
+TEST_P(InfoRefusal, FailsWithItsCodeAndMessage) {
   const DS_HANDLE stream = openDeviceStream();
+  BUFFER_HANDLE buffer = nullptr;
+  ASSERT_EQ(gentl.DSAllocAndAnnounceBuffer(stream, kPayload, nullptr, &buffer), GC_ERR_SUCCESS);
   INFO_DATATYPE type = GetParam().typeIn;
   size_t size = 0;
-  EXPECT_EQ(gentl.DSGetInfo(stream, GetParam().command, &type, nullptr, &size), GetParam().code);
+  EXPECT_EQ(GetParam().ofBuffer ? gentl.DSGetBufferInfo(stream, buffer, GetParam().command, &type, nullptr, &size)
+                                : gentl.DSGetInfo(stream, GetParam().command, &type, nullptr, &size),
+            GetParam().code);
   expectLastError(GetParam().code, GetParam().message);
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Commands, StreamInfoRefusal,
-    ::testing::Values(Refused{"CustomType", STREAM_INFO_ID, INFO_DATATYPE_CUSTOM_ID, GC_ERR_NOT_AVAILABLE,
-                              "only standard info commands implemented"},
-                      Refused{"CustomCommand", STREAM_INFO_CUSTOM_ID, 0, GC_ERR_NOT_IMPLEMENTED,
-                              "requested custom info not implemented"},
-                      Refused{"UnknownCommand", 16, 0, GC_ERR_NOT_IMPLEMENTED, "requested info not implemented"},
-                      Refused{"FlowTableWithoutFlows", STREAM_INFO_FLOW_TABLE, 0, GC_ERR_NO_DATA,
-                              "command is invalid while flow mechanism is not used"},
-                      Refused{"PrefetchDescriptorWithoutFlows", STREAM_INFO_GENDC_PREFETCH_DESCRIPTOR, 0,
-                              GC_ERR_NO_DATA, "command is invalid while flow mechanism is not used"}),
+    Commands, InfoRefusal,
+    ::testing::Values(
+        Refused{"StreamCustomType", false, STREAM_INFO_ID, INFO_DATATYPE_CUSTOM_ID, GC_ERR_NOT_AVAILABLE,
+                "only standard info commands implemented"},
+        Refused{"StreamCustomCommand", false, STREAM_INFO_CUSTOM_ID, 0, GC_ERR_NOT_IMPLEMENTED,
+                "requested custom info not implemented"},
+        Refused{"StreamUnknownCommand", false, 16, 0, GC_ERR_NOT_IMPLEMENTED, "requested info not implemented"},
+        Refused{"FlowTableWithoutFlows", false, STREAM_INFO_FLOW_TABLE, 0, GC_ERR_NO_DATA,
+                "command is invalid while flow mechanism is not used"},
+        Refused{"PrefetchDescriptorWithoutFlows", false, STREAM_INFO_GENDC_PREFETCH_DESCRIPTOR, 0, GC_ERR_NO_DATA,
+                "command is invalid while flow mechanism is not used"},
+        Refused{"FrameIdBeforeAFill", true, BUFFER_INFO_FRAMEID, 0, GC_ERR_NOT_AVAILABLE, "No new data"},
+        Refused{"YPaddingWithPaddingOff", true, BUFFER_INFO_YPADDING, 0, GC_ERR_NOT_IMPLEMENTED,
+                "Let it behave as if the command is not implemented since the padding mode is off."},
+        Refused{"IsAcquiring", true, BUFFER_INFO_IS_ACQUIRING, 0, GC_ERR_NOT_AVAILABLE,
+                "the buffer-is-acquiring info currently not implemented"},
+        Refused{"FileName", true, BUFFER_INFO_FILENAME, 0, GC_ERR_NOT_IMPLEMENTED,
+                "buffer file name query is irrelevant for this transport layer"},
+        Refused{"BufferUnknownCommand", true, 32, 0, GC_ERR_NOT_IMPLEMENTED, "unknown command used: iInfoCmd"},
+        Refused{"BufferCustomCommand", true, BUFFER_INFO_CUSTOM_ID, 0, GC_ERR_NOT_IMPLEMENTED,
+                "unknown command used: iInfoCmd"}),
     [](const auto& info) { return std::string(info.param.name); });
 
 TEST_F(StreamQueries, StreamIdTooSmallFailsAndTheSizeQueryNeverDoes) {
@@ -151,32 +168,6 @@ INSTANTIATE_TEST_SUITE_P(
         InfoCase{"DataLargerThanBuffer", BUFFER_INFO_DATA_LARGER_THAN_BUFFER, INFO_DATATYPE_BOOL8, bytesOf(uint8_t{0})},
         InfoCase{"ContainsChunkData", BUFFER_INFO_CONTAINS_CHUNKDATA, INFO_DATATYPE_BOOL8, bytesOf(uint8_t{0})},
         InfoCase{"IsComposite", BUFFER_INFO_IS_COMPOSITE, INFO_DATATYPE_BOOL8, bytesOf(uint8_t{0})}),
-    [](const auto& info) { return std::string(info.param.name); });
-
-class BufferInfoRefusal : public StreamSession, public ::testing::WithParamInterface<Refused> {};
-
-TEST_P(BufferInfoRefusal, FailsWithItsCodeAndMessage) {
-  const DS_HANDLE stream = openDeviceStream();
-  BUFFER_HANDLE buffer = nullptr;
-  ASSERT_EQ(gentl.DSAllocAndAnnounceBuffer(stream, kPayload, nullptr, &buffer), GC_ERR_SUCCESS);
-  INFO_DATATYPE type = 0;
-  size_t size = 0;
-  EXPECT_EQ(gentl.DSGetBufferInfo(stream, buffer, GetParam().command, &type, nullptr, &size), GetParam().code);
-  expectLastError(GetParam().code, GetParam().message);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Commands, BufferInfoRefusal,
-    ::testing::Values(Refused{"FrameIdBeforeAFill", BUFFER_INFO_FRAMEID, 0, GC_ERR_NOT_AVAILABLE, "No new data"},
-                      Refused{"YPaddingWithPaddingOff", BUFFER_INFO_YPADDING, 0, GC_ERR_NOT_IMPLEMENTED,
-                              "Let it behave as if the command is not implemented since the padding mode is off."},
-                      Refused{"IsAcquiring", BUFFER_INFO_IS_ACQUIRING, 0, GC_ERR_NOT_AVAILABLE,
-                              "the buffer-is-acquiring info currently not implemented"},
-                      Refused{"FileName", BUFFER_INFO_FILENAME, 0, GC_ERR_NOT_IMPLEMENTED,
-                              "buffer file name query is irrelevant for this transport layer"},
-                      Refused{"UnknownCommand", 32, 0, GC_ERR_NOT_IMPLEMENTED, "unknown command used: iInfoCmd"},
-                      Refused{"CustomCommand", BUFFER_INFO_CUSTOM_ID, 0, GC_ERR_NOT_IMPLEMENTED,
-                              "unknown command used: iInfoCmd"}),
     [](const auto& info) { return std::string(info.param.name); });
 
 TEST_F(StreamQueries, BufferInfoStackedStoresEachEntrysOwnResult) {
