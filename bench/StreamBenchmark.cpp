@@ -391,10 +391,11 @@ PacedResult grabPaced(Cameras& cameras, std::uint32_t periodNs) {
 
 // The machine's own pacing and hand-over, the best a producer can do here: a thread that keeps the
 // acquisition thread's schedule (absolute deadlines, restarted from now when late) and at each
-// deadline writes a frame of `bytes`, stamps the clock and notifies a condition variable that a
-// second thread waits on.
+// deadline copies a frame of `bytes` (as the producer copies its rendered image), stamps the clock and notifies a
+// condition variable that a second thread waits on.
 PacedResult referencePacing(std::uint32_t periodNs, std::size_t bytes) {
   std::vector<std::byte> frame(bytes);
+  std::vector<std::byte> image(bytes, std::byte{3});
   std::mutex mutex;
   std::condition_variable handed;
   std::uint64_t stamp = 0;
@@ -402,7 +403,7 @@ PacedResult referencePacing(std::uint32_t periodNs, std::size_t bytes) {
   std::thread pusher([&] {
     auto deadline = Clock::now();
     for (int k = 0; k < kPacedFrames; ++k) {
-      std::memset(frame.data(), k, frame.size());
+      std::memcpy(frame.data(), image.data(), frame.size());
       {
         std::lock_guard lock(mutex);
         stamp = monotonicNanoseconds();
