@@ -391,11 +391,12 @@ PacedResult grabPaced(Cameras& cameras, std::uint32_t periodNs) {
 
 // The machine's own pacing and hand-over, the best a producer can do here: a thread that keeps the
 // acquisition thread's schedule (absolute deadlines, restarted from now when late) and at each
-// deadline copies a frame of `bytes` (as the producer copies its rendered image), stamps the clock and notifies a
+// deadline copies a frame of `bytes` into the next of kBuffers buffers (as the producer copies its
+// rendered image into the consumer's buffers in turn), stamps the clock and notifies a
 // condition variable that a second thread waits on.
 PacedResult referencePacing(std::uint32_t periodNs, std::size_t bytes) {
-  std::vector<std::byte> frame(bytes);
-  std::vector<std::byte> image(bytes, std::byte{3});
+  std::vector<std::vector<std::byte>> frames(kBuffers, std::vector<std::byte>(bytes));
+  const std::vector<std::byte> image(bytes, std::byte{3});
   std::mutex mutex;
   std::condition_variable handed;
   std::uint64_t stamp = 0;
@@ -403,7 +404,7 @@ PacedResult referencePacing(std::uint32_t periodNs, std::size_t bytes) {
   std::thread pusher([&] {
     auto deadline = Clock::now();
     for (int k = 0; k < kPacedFrames; ++k) {
-      std::memcpy(frame.data(), image.data(), frame.size());
+      std::memcpy(frames[k % kBuffers].data(), image.data(), bytes);
       {
         std::lock_guard lock(mutex);
         stamp = monotonicNanoseconds();
