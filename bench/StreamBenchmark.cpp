@@ -604,7 +604,7 @@ int run(const Options& options) {
     scaleData << "# streams frames/s (median min max)\n";
   }
   for (int d = 0; d < 4; ++d) cameras.setFramePeriod(cameras.device("Scale", "Scale" + std::to_string(d)), 0);
-  for (const int count : {1, 2, 4, 8, 12, 16}) {
+  for (int count = 1; count <= 16; ++count) {
     Spread fps, perStream, cpu;
     for (int r = 0; r < options.runs; ++r) {
       std::vector<Stream*> streams;
