@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <exception>
 #include <memory>
 #include <span>
 #include <string>
@@ -94,8 +95,10 @@ Request pickRequest(FuzzInput& input, const RegisterMap& module) {
   return request;
 }
 
-// A failure of the port is a GenericException with an error code; anything else escaping is a
-// finding.
+// A failure of the port is a GenericException with an error code, or a standard exception with a
+// text, which the export frame hands the consumer as "std::exception caught. <text>" (a stream
+// file register read on a stream without one, a file operation that fails); anything else
+// escaping is a finding.
 template <class Operation>
 bool attempt(Operation operation) {
   try {
@@ -103,6 +106,9 @@ bool attempt(Operation operation) {
     return true;
   } catch (const error::GenericException& failure) {
     expect(failure.code() < 0 && !failure.text().empty(), "a port failure carries a code and a text");
+    return false;
+  } catch (const std::exception& failure) {
+    expect(*failure.what() != '\0', "a port failure carries a text");
     return false;
   }
 }
