@@ -225,9 +225,9 @@ std::uint32_t RemoteDevice::ReadUint32RegImpl(std::uint32_t id) {
   const auto [device, stream] = resolve("ReadUint32RegImpl", kReadCast);
   switch (id) {
     case kPixelFormat: return stream->imageGeometry().pixelFormat;
-    case kWidth: return stream->settings().width;
-    case kHeight: return stream->settings().height;
-    case kPaddingMode: return static_cast<std::uint32_t>(stream->settings().paddingMode);
+    case kWidth: return stream->imageGeometry().width;
+    case kHeight: return stream->imageGeometry().height;
+    case kPaddingMode: return stream->paddingMode();
     case kPaddingPixelCountX: return stream->settings().paddingPixelCountX;
     case kPaddingLineCountY: return stream->settings().paddingLineCountY;
     case kTlParamsLocked: return tlParamsLocked() ? 1 : 0;
