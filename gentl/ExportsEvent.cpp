@@ -13,9 +13,9 @@ namespace {
 // The module's event of kind `type`, through the checks that GCRegisterEvent and
 // GCUnregisterEvent share.
 std::shared_ptr<Event> requireSourceEvent(EVENTSRC_HANDLE hEventSrc, EVENT_TYPE type, const char* where) {
-  Module& module = checks::requireModule<Module>(
+  const auto module = checks::requireModule<Module>(
       hEventSrc, where, {"event source <= 0", "handle is unknown", "Conversion to module failed"});
-  const std::shared_ptr<EventSource>& source = module.eventSource();
+  const std::shared_ptr<EventSource>& source = module->eventSource();
   if (source == nullptr) {
     checks::fail(GC_ERR_INVALID_HANDLE, where, "Accessing evt source failed. ");
   }

@@ -23,7 +23,7 @@ struct InterfaceMessages {
 // the export tables can no longer fail and is not repeated.
 std::shared_ptr<Interface> requireHeldInterface(IF_HANDLE handle, const char* where,
                                                 const InterfaceMessages& messages) {
-  Port* module = checks::requireKnownModule(handle, where, messages.null, messages.unknown);
+  const auto module = checks::requireKnownModule(handle, where, messages.null, messages.unknown);
   const auto system = TransportLayer::Current();
   auto held = (system && module != nullptr) ? system->InterfaceByHandle(*module) : nullptr;
   if (!held || held->handle() != handle) {
@@ -118,11 +118,11 @@ GC_API IFOpenDevice(IF_HANDLE hIface, const char* sDeviceID, DEVICE_ACCESS_FLAGS
   return error::doReturn([&] {
     constexpr const char* where = LMMOCKTL_BODY(IFOpenDevice);
     checks::requireInitialised(where);
-    Port* module = checks::requireKnownModule(hIface, where, "invalid tl handle", "invalid handle (pool)");
+    const auto module = checks::requireKnownModule(hIface, where, "invalid tl handle", "invalid handle (pool)");
     checks::requirePointer(phDevice, where, "phDevice<=0");
-    auto& iface = checks::requireModuleKind<Interface>(module, where, "invalid handle after cast");
+    const auto iface = checks::requireModuleKind<Interface>(module, where, "invalid handle after cast");
     checks::requirePointer(sDeviceID, where, "invalid sdeviceid");
-    *phDevice = iface.openDevice(sDeviceID, iOpenFlag)->handle();
+    *phDevice = iface->openDevice(sDeviceID, iOpenFlag)->handle();
   });
 }
 

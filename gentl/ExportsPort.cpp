@@ -10,7 +10,8 @@ namespace {
 
 // A registered handle that names no module (an event's) has no port behind it: it is refused with
 // the export's unknown-handle text.
-Port& requirePort(PORT_HANDLE hPort, const char* where, const char* nullMessage, const char* unknownMessage) {
+std::shared_ptr<Port> requirePort(PORT_HANDLE hPort, const char* where, const char* nullMessage,
+                                  const char* unknownMessage) {
   return checks::requireModule<Port>(hPort, where, {nullMessage, unknownMessage, unknownMessage});
 }
 
@@ -20,11 +21,11 @@ GC_API GCReadPort(PORT_HANDLE hPort, uint64_t iAddress, void* pBuffer, size_t* p
   return error::doReturn([&] {
     constexpr const char* where = LMMOCKTL_BODY(GCReadPort);
     checks::requireInitialised(where);
-    Port& port = requirePort(hPort, where, "hPort invalid", "hPort is unknown");
+    const auto port = requirePort(hPort, where, "hPort invalid", "hPort is unknown");
     checks::requirePointer(piSize, where, "piSize invalid");
     // The size read is deliberately not reported back: *piSize keeps the caller's value.
     size_t size = *piSize;
-    port.Read(iAddress, pBuffer, size);
+    port->Read(iAddress, pBuffer, size);
   });
 }
 
@@ -32,9 +33,9 @@ GC_API GCWritePort(PORT_HANDLE hPort, uint64_t iAddress, const void* pBuffer, si
   return error::doReturn([&] {
     constexpr const char* where = LMMOCKTL_BODY(GCWritePort);
     checks::requireInitialised(where);
-    Port& port = requirePort(hPort, where, "hPort invalid", "hPort is unknown");
+    const auto port = requirePort(hPort, where, "hPort invalid", "hPort is unknown");
     checks::requirePointer(piSize, where, "piSize is invalid pointer");
-    port.Write(iAddress, pBuffer, *piSize);
+    port->Write(iAddress, pBuffer, *piSize);
   });
 }
 
@@ -42,9 +43,9 @@ GC_API GCGetPortURL(PORT_HANDLE hPort, char* sURL, size_t* piSize) {
   return error::doReturn([&] {
     constexpr const char* where = LMMOCKTL_BODY(GCGetPortURL);
     checks::requireInitialised(where);
-    Port& port = requirePort(hPort, where, "hPort invalid handle", "hPort is unknown");
+    const auto port = requirePort(hPort, where, "hPort invalid handle", "hPort is unknown");
     checks::requirePointer(piSize, where, "piSize<=0");
-    port.GetURL(sURL, *piSize);
+    port->GetURL(sURL, *piSize);
   });
 }
 
@@ -52,10 +53,10 @@ GC_API GCGetPortInfo(PORT_HANDLE hPort, PORT_INFO_CMD iInfoCmd, INFO_DATATYPE* p
   return error::doReturn([&] {
     constexpr const char* where = LMMOCKTL_BODY(GCGetPortInfo);
     checks::requireInitialised(where);
-    Port& port = requirePort(hPort, where, "GCGetPortInfo hPort invalid handle", "hPort is unknown");
+    const auto port = requirePort(hPort, where, "GCGetPortInfo hPort invalid handle", "hPort is unknown");
     checks::requirePointer(piType, where, "piType<=0");
     checks::requirePointer(piSize, where, "piSize<=0");
-    port.GetPortInfo(iInfoCmd, *piType, pBuffer, *piSize);
+    port->GetPortInfo(iInfoCmd, *piType, pBuffer, *piSize);
   });
 }
 
@@ -66,8 +67,8 @@ GC_API GCGetNumPortURLs(PORT_HANDLE hPort, uint32_t* piNumURLs) {
     requirePort(hPort, where, "hPort invalid handle", "handle is unknown");
     checks::requirePointer(piNumURLs, where, "piNumURLs<=0");
     // Looked up a second time, with its own text.
-    Port& port = requirePort(hPort, where, "hPort invalid handle", "hPort is unknown");
-    *piNumURLs = port.GetNumURLs();
+    const auto port = requirePort(hPort, where, "hPort invalid handle", "hPort is unknown");
+    *piNumURLs = port->GetNumURLs();
   });
 }
 
@@ -76,10 +77,10 @@ GC_API GCGetPortURLInfo(PORT_HANDLE hPort, uint32_t iURLIndex, URL_INFO_CMD iInf
   return error::doReturn([&] {
     constexpr const char* where = LMMOCKTL_BODY(GCGetPortURLInfo);
     checks::requireInitialised(where);
-    Port& port = requirePort(hPort, where, "hPort invalid handle", "hPort is unknown");
+    const auto port = requirePort(hPort, where, "hPort invalid handle", "hPort is unknown");
     checks::requirePointer(piType, where, "piType<=0");
     checks::requirePointer(piSize, where, "piSize<=0");
-    port.GetURLInfo(iURLIndex, iInfoCmd, *piType, pBuffer, *piSize);
+    port->GetURLInfo(iURLIndex, iInfoCmd, *piType, pBuffer, *piSize);
   });
 }
 
@@ -87,13 +88,13 @@ GC_API GCReadPortStacked(PORT_HANDLE hPort, PORT_REGISTER_STACK_ENTRY* pEntries,
   return error::doReturn([&] {
     constexpr const char* where = LMMOCKTL_BODY(GCReadPortStacked);
     checks::requireInitialised(where);
-    Port& port = requirePort(hPort, where, " hPort invalid handle", "handle is unknown");
+    const auto port = requirePort(hPort, where, " hPort invalid handle", "handle is unknown");
     checks::requirePointer(pEntries, where, "pEntries<=0");
     checks::requirePointer(piNumEntries, where, "piNumEntries <= 0");
     if (*piNumEntries == 0) {
       checks::fail(GC_ERR_INVALID_PARAMETER, where, "*piNumEntries <= 0");
     }
-    port.ReadStacked(pEntries, *piNumEntries);
+    port->ReadStacked(pEntries, *piNumEntries);
   });
 }
 
@@ -103,12 +104,12 @@ GC_API GCWritePortStacked(PORT_HANDLE hPort, PORT_REGISTER_STACK_ENTRY* pEntries
   return error::doReturn([&] {
     constexpr const char* where = LMMOCKTL_BODY(GCWritePortStacked);
     checks::requireInitialised(where);
-    Port& port = requirePort(hPort, where, " hPort invalid handle", "hPort is unknown");
+    const auto port = requirePort(hPort, where, " hPort invalid handle", "hPort is unknown");
     checks::requirePointer(piNumEntries, where, "piNumEntries <= 0");
     if (*piNumEntries == 0) {
       checks::fail(GC_ERR_INVALID_PARAMETER, where, "*piNumEntries <= 0");
     }
     checks::requirePointer(pEntries, where, "pEntries <= 0");
-    port.WriteStacked(pEntries, *piNumEntries);
+    port->WriteStacked(pEntries, *piNumEntries);
   });
 }

@@ -54,8 +54,8 @@ enum class HandleOrder { EachInTurn, NullTestsFirst };
 
 // The handle tests of an export that takes a stream and a buffer, then the stream. The buffer
 // handle is only known to be registered: the stream looks it up among its own buffers.
-DataStream& requireStreamAndBuffer(const void* hDataStream, const void* hBuffer, const char* where,
-                                   const StreamAndBufferMessages& messages, HandleOrder order) {
+std::shared_ptr<DataStream> requireStreamAndBuffer(const void* hDataStream, const void* hBuffer, const char* where,
+                                                   const StreamAndBufferMessages& messages, HandleOrder order) {
   checks::requireHandle(hDataStream, where, messages.streamNull);
   if (order == HandleOrder::NullTestsFirst) {
     checks::requireHandle(hBuffer, where, messages.bufferNull);
@@ -74,7 +74,7 @@ GC_API DSClose(DS_HANDLE hDataStream) {
     constexpr const char* where = LMMOCKTL_BODY(DSClose);
     checks::requireInitialised(where);
     checks::requireModule<DataStream>(hDataStream, where, {"invalid handle", "handle is unknown", "handle is unknown"})
-        .close();
+        ->close();
   });
 }
 
@@ -82,17 +82,17 @@ GC_API DSAnnounceBuffer(DS_HANDLE hDataStream, void* pBuffer, size_t iSize, void
   return error::doReturn([&] {
     constexpr const char* where = LMMOCKTL_BODY(DSAnnounceBuffer);
     checks::requireInitialised(where);
-    auto& stream = checks::requireModule<DataStream>(
+    const auto stream = checks::requireModule<DataStream>(
         hDataStream, where, {"invalid datastream handle", "handle is unknown", "invalid datastream handle after cast"});
-    if (stream.isGrabbing()) {
+    if (stream->isGrabbing()) {
       checks::fail(GC_ERR_BUSY, where, "announcing buffer while streaming not allowed");
     }
     checks::requirePointer(pBuffer, where, "invalid buffer handle. pBuffer<= 0");
     checks::requirePointer(phBuffer, where, "invalid buffer handle. phBuffer<= 0");
-    if (stream.isAnnounced(pBuffer)) {
+    if (stream->isAnnounced(pBuffer)) {
       checks::fail(GC_ERR_RESOURCE_IN_USE, where, "data pointer is known");
     }
-    *phBuffer = stream.Announce(iSize, pBuffer, pPrivate)->bufferHandle();
+    *phBuffer = stream->Announce(iSize, pBuffer, pPrivate)->bufferHandle();
   });
 }
 
@@ -101,10 +101,10 @@ GC_API DSAllocAndAnnounceBuffer(DS_HANDLE hDataStream, size_t iSize, void* pPriv
     constexpr const char* where = LMMOCKTL_BODY(DSAllocAndAnnounceBuffer);
     checks::requireInitialised(where);
     checks::requirePointer(phBuffer, where, "phBuffer<=0");
-    auto& stream = checks::requireModule<DataStream>(
+    const auto stream = checks::requireModule<DataStream>(
         hDataStream, where, {"invalid datastream handle", "handle ds is unknown", "invalid datastream handle"});
     checks::requirePointer(phBuffer, where, "invalid buffer handle. phBuffer<= 0");
-    const std::shared_ptr<Resource> resource = stream.AllocAndAnnounce(iSize, pPrivate);
+    const std::shared_ptr<Resource> resource = stream->AllocAndAnnounce(iSize, pPrivate);
     if (resource == nullptr) {
       checks::fail(GC_ERR_RESOURCE_EXHAUSTED, where, "buffer was not created");
     }
@@ -117,25 +117,25 @@ GC_API DSAnnounceCompositeBuffer(DS_HANDLE hDataStream, size_t iNumSegments, voi
   return error::doReturn([&] {
     constexpr const char* where = LMMOCKTL_BODY(DSAnnounceCompositeBuffer);
     checks::requireInitialised(where);
-    auto& stream = checks::requireModule<DataStream>(hDataStream, where, kNamedStream);
+    const auto stream = checks::requireModule<DataStream>(hDataStream, where, kNamedStream);
     if (iNumSegments == 0) {
       checks::fail(GC_ERR_INVALID_PARAMETER, where, "null pointer: iNumSegments");
     }
     checks::requirePointer(pSegmentSizes, where, "null pointer: piSizes");
     checks::requirePointer(phBuffer, where, "null pointer: phBuffer");
     checks::requirePointer(ppSegments, where, "null pointer: ppSegments");
-    if (stream.isGrabbing()) {
+    if (stream->isGrabbing()) {
       checks::fail(GC_ERR_BUSY, where, "announcing buffer not allowed while streaming");
     }
     for (size_t n = 0; n < iNumSegments; ++n) {
       checks::requirePointer(ppSegments[n], where, "containing a null pointer: ppSegments");
     }
     for (size_t n = 0; n < iNumSegments; ++n) {
-      if (stream.isAnnounced(ppSegments[n])) {
+      if (stream->isAnnounced(ppSegments[n])) {
         checks::fail(GC_ERR_RESOURCE_IN_USE, where, "containing resource in use: ppSegments");
       }
     }
-    *phBuffer = stream.Announce(ppSegments, pSegmentSizes, iNumSegments, pPrivate)->bufferHandle();
+    *phBuffer = stream->Announce(ppSegments, pSegmentSizes, iNumSegments, pPrivate)->bufferHandle();
   });
 }
 
@@ -143,12 +143,12 @@ GC_API DSRevokeBuffer(DS_HANDLE hDataStream, BUFFER_HANDLE hBuffer, void** ppBuf
   return error::doReturn([&] {
     constexpr const char* where = LMMOCKTL_BODY(DSRevokeBuffer);
     checks::requireInitialised(where);
-    auto& stream = requireStreamAndBuffer(hDataStream, hBuffer, where,
-                                          {"datastream handle <= 0", "handle is unknown", "buffer handle <= 0",
-                                           "handle is unknown", "handle is not a datastream handle"},
-                                          HandleOrder::EachInTurn);
-    requireOpen(stream, where, "stream handle is not open");
-    stream.RevokeBuffer(hBuffer, ppBuffer, ppPrivate);
+    const auto stream = requireStreamAndBuffer(hDataStream, hBuffer, where,
+                                               {"datastream handle <= 0", "handle is unknown", "buffer handle <= 0",
+                                                "handle is unknown", "handle is not a datastream handle"},
+                                               HandleOrder::EachInTurn);
+    requireOpen(*stream, where, "stream handle is not open");
+    stream->RevokeBuffer(hBuffer, ppBuffer, ppPrivate);
   });
 }
 
@@ -156,11 +156,12 @@ GC_API DSQueueBuffer(DS_HANDLE hDataStream, BUFFER_HANDLE hBuffer) {
   return error::doReturn([&] {
     constexpr const char* where = LMMOCKTL_BODY(DSQueueBuffer);
     checks::requireInitialised(where);
-    auto& stream = requireStreamAndBuffer(hDataStream, hBuffer, where,
-                                          {"invalid datastream handle", "handle ds is unknown", "invalid buffer handle",
-                                           "handle buffer is unknown", "handle ds is unknown"},
-                                          HandleOrder::NullTestsFirst);
-    stream.QueueBuffer(requireBuffer(stream, hBuffer, where, GC_ERR_INVALID_BUFFER, "Buffer not announced"));
+    const auto stream =
+        requireStreamAndBuffer(hDataStream, hBuffer, where,
+                               {"invalid datastream handle", "handle ds is unknown", "invalid buffer handle",
+                                "handle buffer is unknown", "handle ds is unknown"},
+                               HandleOrder::NullTestsFirst);
+    stream->QueueBuffer(requireBuffer(*stream, hBuffer, where, GC_ERR_INVALID_BUFFER, "Buffer not announced"));
   });
 }
 
@@ -170,7 +171,7 @@ GC_API DSFlushQueue(DS_HANDLE hDataStream, ACQ_QUEUE_TYPE iOperation) {
     checks::requireInitialised(where);
     // The export has one text for every bad handle.
     checks::requireModule<DataStream>(hDataStream, where, {"invalid handle", "invalid handle", "invalid handle"})
-        .flush(iOperation);
+        ->flush(iOperation);
   });
 }
 
@@ -186,15 +187,15 @@ GC_API DSStartAcquisition(DS_HANDLE hDataStream, ACQ_START_FLAGS iStartFlags, ui
     if (iNumToAcquire == 0) {
       checks::fail(GC_ERR_INVALID_PARAMETER, where, "num to acq is 0");
     }
-    auto& stream = checks::requireModule<DataStream>(
+    const auto stream = checks::requireModule<DataStream>(
         hDataStream, where, {"invalid handle", "handle is unknown", "conv to datastream failed"});
-    if (stream.isGrabbing()) {
+    if (stream->isGrabbing()) {
       checks::fail(GC_ERR_RESOURCE_IN_USE, where, "grab already running");
     }
-    if (stream.announcedCount() < DataStream::kMinimumAnnouncedBuffers) {
+    if (stream->announcedCount() < DataStream::kMinimumAnnouncedBuffers) {
       checks::fail(GC_ERR_INVALID_BUFFER, where, "not enough buffers for acq");
     }
-    stream.startGrabbing(iStartFlags, iNumToAcquire);
+    stream->startGrabbing(iStartFlags, iNumToAcquire);
   });
 }
 
@@ -202,12 +203,12 @@ GC_API DSStopAcquisition(DS_HANDLE hDataStream, ACQ_STOP_FLAGS iStopFlags) {
   return error::doReturn([&] {
     constexpr const char* where = LMMOCKTL_BODY(DSStopAcquisition);
     checks::requireInitialised(where);
-    auto& stream = checks::requireModule<DataStream>(
+    const auto stream = checks::requireModule<DataStream>(
         hDataStream, where, {"handle is invalid", "handle is unknown", "handle is invalid after cast"});
-    requireOpen(stream, where, "handle is not opened");
+    requireOpen(*stream, where, "handle is not opened");
     // A kill stops as the default does; any other flag leaves the acquisition running.
     if (iStopFlags == ACQ_STOP_FLAGS_DEFAULT || iStopFlags == ACQ_STOP_FLAGS_KILL) {
-      stream.stopGrabbing();
+      stream->stopGrabbing();
     }
   });
 }
@@ -217,11 +218,11 @@ GC_API DSGetInfo(DS_HANDLE hDataStream, STREAM_INFO_CMD iInfoCmd, INFO_DATATYPE*
   return error::doReturn([&] {
     constexpr const char* where = LMMOCKTL_BODY(DSGetInfo);
     checks::requireInitialised(where);
-    auto& stream = checks::requireModule<DataStream>(
+    const auto stream = checks::requireModule<DataStream>(
         hDataStream, where, {"invalid ds handle", "handle is unknown", "invalid ds handle, after cast"});
     checks::requirePointer(piType, where, "piType<=0");
     checks::requirePointer(piSize, where, "piSize<=0");
-    stream.getInfo(iInfoCmd, *piType, pBuffer, *piSize);
+    stream->getInfo(iInfoCmd, *piType, pBuffer, *piSize);
   });
 }
 
@@ -229,14 +230,14 @@ GC_API DSGetBufferID(DS_HANDLE hDataStream, uint32_t iIndex, BUFFER_HANDLE* phBu
   return error::doReturn([&] {
     constexpr const char* where = LMMOCKTL_BODY(DSGetBufferID);
     checks::requireInitialised(where);
-    auto& stream = checks::requireModule<DataStream>(
+    const auto stream = checks::requireModule<DataStream>(
         hDataStream, where, {"invalid handle", "handle is unknown", "invalid handle after cast"});
-    requireOpen(stream, where, "datastream was not opened");
-    if (iIndex >= stream.announcedCount()) {
+    requireOpen(*stream, where, "datastream was not opened");
+    if (iIndex >= stream->announcedCount()) {
       checks::fail(GC_ERR_INVALID_INDEX, where, "iIndex > NumBufferAnnounced");
     }
     checks::requirePointer(phBuffer, where, "phBuffer <= nullptr");
-    *phBuffer = stream.BufferByIndex(iIndex)->bufferHandle();
+    *phBuffer = stream->BufferByIndex(iIndex)->bufferHandle();
   });
 }
 
@@ -247,12 +248,12 @@ GC_API DSGetBufferInfo(DS_HANDLE hDataStream, BUFFER_HANDLE hBuffer, BUFFER_INFO
     checks::requireInitialised(where);
     checks::requirePointer(piType, where, "piType is <= 0");
     checks::requirePointer(piSize, where, "piSize is <= 0");
-    auto& stream = requireStreamAndBuffer(hDataStream, hBuffer, where,
-                                          {"datastream handle <= 0", "handle ds is unknown", "buffer handle <= 0",
-                                           "handle buffer is unknown", "handle ds is unknown"},
-                                          HandleOrder::NullTestsFirst);
-    requireOpen(stream, where, "datastream was not opened via device");
-    requireBuffer(stream, hBuffer, where, GC_ERR_NOT_AVAILABLE, kNoResource)
+    const auto stream = requireStreamAndBuffer(hDataStream, hBuffer, where,
+                                               {"datastream handle <= 0", "handle ds is unknown", "buffer handle <= 0",
+                                                "handle buffer is unknown", "handle ds is unknown"},
+                                               HandleOrder::NullTestsFirst);
+    requireOpen(*stream, where, "datastream was not opened via device");
+    requireBuffer(*stream, hBuffer, where, GC_ERR_NOT_AVAILABLE, kNoResource)
         ->GetBufferInfo(iInfoCmd, *piType, pBuffer, *piSize);
   });
 }
@@ -262,13 +263,14 @@ GC_API DSGetBufferInfoStacked(DS_HANDLE hDataStream, BUFFER_HANDLE hBuffer, DS_B
   return error::doReturn([&] {
     constexpr const char* where = LMMOCKTL_BODY(DSGetBufferInfoStacked);
     checks::requireInitialised(where);
-    auto& stream = requireStreamAndBuffer(hDataStream, hBuffer, where, kNamedStreamAndBuffer, HandleOrder::EachInTurn);
+    const auto stream =
+        requireStreamAndBuffer(hDataStream, hBuffer, where, kNamedStreamAndBuffer, HandleOrder::EachInTurn);
     checks::requirePointer(pInfoStacked, where, "null pointer: pInfoStacked");
     if (iNumInfos == 0) {
       checks::fail(GC_ERR_INVALID_PARAMETER, where, "invalid inquiry: iNumInfos");
     }
-    requireOpen(stream, where, kStreamNotOpen);
-    const auto resource = requireBuffer(stream, hBuffer, where, GC_ERR_NOT_AVAILABLE, kNoResource);
+    requireOpen(*stream, where, kStreamNotOpen);
+    const auto resource = requireBuffer(*stream, hBuffer, where, GC_ERR_NOT_AVAILABLE, kNoResource);
     // Each entry gets its own result; a failing entry leaves its text as the last error.
     for (size_t i = 0; i < iNumInfos; ++i) {
       DS_BUFFER_INFO_STACKED& entry = pInfoStacked[i];
@@ -294,10 +296,10 @@ GC_API DSGetParentDev(DS_HANDLE hDataStream, DEV_HANDLE* phDevice) {
     // The registry test comes first, so a null handle is reported as unknown.
     checks::requireRegistered(hDataStream, where, "handle is unknown");
     checks::requireHandle(hDataStream, where, "invalid handle");
-    auto& stream = checks::requireModule<DataStream>(hDataStream, where,
-                                                     {"invalid handle", "handle is unknown", "handle is unknown"});
-    requireOpen(stream, where, "ds not open");
-    const auto device = std::dynamic_pointer_cast<Device>(stream.parent());
+    const auto stream = checks::requireModule<DataStream>(hDataStream, where,
+                                                          {"invalid handle", "handle is unknown", "handle is unknown"});
+    requireOpen(*stream, where, "ds not open");
+    const auto device = std::dynamic_pointer_cast<Device>(stream->parent());
     if (device == nullptr) {
       checks::fail(GC_ERR_INVALID_HANDLE, where, "handle is unknown");
     }
@@ -330,10 +332,10 @@ GC_API DSGetNumFlows(DS_HANDLE hDataStream, uint32_t* piNumFlows) {
   return error::doReturn([&] {
     constexpr const char* where = LMMOCKTL_BODY(DSGetNumFlows);
     checks::requireInitialised(where);
-    auto& stream = checks::requireModule<DataStream>(hDataStream, where, kNamedStream);
-    requireOpen(stream, where, kStreamNotOpen);
+    const auto stream = checks::requireModule<DataStream>(hDataStream, where, kNamedStream);
+    requireOpen(*stream, where, kStreamNotOpen);
     checks::requirePointer(piNumFlows, where, "null pointer: piNumFlows");
-    *piNumFlows = stream.numFlows();
+    *piNumFlows = stream->numFlows();
   });
 }
 
@@ -342,11 +344,11 @@ GC_API DSGetFlowInfo(DS_HANDLE hDataStream, uint32_t iFlowIndex, FLOW_INFO_CMD i
   return error::doReturn([&] {
     constexpr const char* where = LMMOCKTL_BODY(DSGetFlowInfo);
     checks::requireInitialised(where);
-    auto& stream = checks::requireModule<DataStream>(hDataStream, where, kNamedStream);
+    const auto stream = checks::requireModule<DataStream>(hDataStream, where, kNamedStream);
     checks::requirePointer(piType, where, "null pointer: piType");
     checks::requirePointer(piSize, where, "null pointer: piSize");
-    requireOpen(stream, where, kStreamNotOpen);
-    stream.GetFlowInfo(iFlowIndex, iInfoCmd, *piType, pBuffer, *piSize);
+    requireOpen(*stream, where, kStreamNotOpen);
+    stream->GetFlowInfo(iFlowIndex, iInfoCmd, *piType, pBuffer, *piSize);
   });
 }
 
@@ -354,11 +356,12 @@ GC_API DSGetNumBufferSegments(DS_HANDLE hDataStream, BUFFER_HANDLE hBuffer, uint
   return error::doReturn([&] {
     constexpr const char* where = LMMOCKTL_BODY(DSGetNumBufferSegments);
     checks::requireInitialised(where);
-    auto& stream = requireStreamAndBuffer(hDataStream, hBuffer, where, kNamedStreamAndBuffer, HandleOrder::EachInTurn);
+    const auto stream =
+        requireStreamAndBuffer(hDataStream, hBuffer, where, kNamedStreamAndBuffer, HandleOrder::EachInTurn);
     checks::requirePointer(piNumSegments, where, "null pointer: piNumSegments");
-    requireOpen(stream, where, kStreamNotOpen);
+    requireOpen(*stream, where, kStreamNotOpen);
     *piNumSegments =
-        requireBuffer(stream, hBuffer, where, GC_ERR_INVALID_HANDLE, "invalid handle: hBuffer")->segmentCount();
+        requireBuffer(*stream, hBuffer, where, GC_ERR_INVALID_HANDLE, "invalid handle: hBuffer")->segmentCount();
   });
 }
 
@@ -367,11 +370,12 @@ GC_API DSGetBufferSegmentInfo(DS_HANDLE hDataStream, BUFFER_HANDLE hBuffer, uint
   return error::doReturn([&] {
     constexpr const char* where = LMMOCKTL_BODY(DSGetBufferSegmentInfo);
     checks::requireInitialised(where);
-    auto& stream = requireStreamAndBuffer(hDataStream, hBuffer, where, kNamedStreamAndBuffer, HandleOrder::EachInTurn);
+    const auto stream =
+        requireStreamAndBuffer(hDataStream, hBuffer, where, kNamedStreamAndBuffer, HandleOrder::EachInTurn);
     checks::requirePointer(piType, where, "null pointer: piType");
     checks::requirePointer(piSize, where, "null pointer: piSize");
-    requireOpen(stream, where, kStreamNotOpen);
-    requireBuffer(stream, hBuffer, where, GC_ERR_NOT_AVAILABLE, kNoResource)
+    requireOpen(*stream, where, kStreamNotOpen);
+    requireBuffer(*stream, hBuffer, where, GC_ERR_NOT_AVAILABLE, kNoResource)
         ->GetBufferSegmentInfo(iSegmentIndex, iInfoCmd, *piType, pBuffer, *piSize);
   });
 }

@@ -49,12 +49,12 @@ GC_API TLOpen(TL_HANDLE* phTL) {
 GC_API TLClose(TL_HANDLE hTL) {
   return error::doReturn([&] {
     constexpr const char* where = LMMOCKTL_BODY(TLClose);
-    auto& system = checks::requireModule<TransportLayer>(
+    const auto system = checks::requireModule<TransportLayer>(
         hTL, where, {"invalid handle", "unknown handle. tlclose.", "given handle is not a tl/system handle"});
     // The handle is tested before the library state, so a bad handle reports itself even
     // before GCInitLib.
     checks::requireInitialised(where);
-    system.Close();
+    system->Close();
   });
 }
 
@@ -92,11 +92,11 @@ GC_API TLGetInterfaceID(TL_HANDLE hTL, uint32_t iIndex, char* sIfaceID, size_t* 
   return error::doReturn([&] {
     constexpr const char* where = LMMOCKTL_BODY(TLGetInterfaceID);
     checks::requireInitialised(where);
-    auto& system = checks::requireModule<TransportLayer>(
+    const auto system = checks::requireModule<TransportLayer>(
         hTL, where, {"invalid tl handle", "invalid tl handle 2.", "invalid tl handle 2."});
     checks::requirePointer(piSize, where, "piSize <= 0");
     INFO_DATATYPE type = INFO_DATATYPE_UNKNOWN;
-    system.InterfaceByIndex(iIndex)->getInfo(INTERFACE_INFO_ID, type, sIfaceID, *piSize);
+    system->InterfaceByIndex(iIndex)->getInfo(INTERFACE_INFO_ID, type, sIfaceID, *piSize);
   });
 }
 
@@ -109,9 +109,9 @@ GC_API TLGetInterfaceInfo(TL_HANDLE hTL, const char* sIfaceID, INTERFACE_INFO_CM
       checks::fail(GC_ERR_INVALID_HANDLE, where, "invalid tl handle");
     }
     requireInterfaceId(sIfaceID, where, GC_ERR_INVALID_ID, "sifaceid <= 0", "sifaceid is empty string");
-    auto& system = checks::requireModule<TransportLayer>(
+    const auto system = checks::requireModule<TransportLayer>(
         hTL, where, {"invalid tl handle", "invalid handle (pool)", "invalid tl handle after cast"});
-    const auto iface = system.InterfaceById(sIfaceID);
+    const auto iface = system->InterfaceById(sIfaceID);
     if (!iface) {
       checks::fail(GC_ERR_INVALID_ID, where, "unknown iface id");
     }
@@ -125,11 +125,11 @@ GC_API TLOpenInterface(TL_HANDLE hTL, const char* sIfaceID, IF_HANDLE* phIface) 
   return error::doReturn([&] {
     constexpr const char* where = LMMOCKTL_BODY(TLOpenInterface);
     checks::requireInitialised(where);
-    auto& system = checks::requireModule<TransportLayer>(
+    const auto system = checks::requireModule<TransportLayer>(
         hTL, where, {"hTL is zero or invalid", "invalid handle (pool)", "invalid tl handle after cast"});
     requireInterfaceId(sIfaceID, where, GC_ERR_INVALID_PARAMETER, "invalid sIfaceID pointer",
                        "sIfaceID is empty string");
-    const auto iface = system.InterfaceById(sIfaceID);
+    const auto iface = system->InterfaceById(sIfaceID);
     if (!iface) {
       checks::fail(GC_ERR_INVALID_ID, where, "sIfaceID is invalid");
     }

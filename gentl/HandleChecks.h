@@ -53,10 +53,11 @@ inline void requireRegistered(const void* handle, const char* where, const char*
   }
 }
 
-// The null and registry tests of a module handle. Returns the module, or nullptr when the address
-// is registered but names an event.
-inline Port* requireKnownModule(const void* handle, const char* where, const char* nullMessage,
-                                const char* unknownMessage) {
+// The null and registry tests of a module handle. Returns the module, held alive for the caller,
+// or nullptr when the address is registered but names an event. A module that is being destroyed
+// is as unknown as an address that was never registered.
+inline std::shared_ptr<Port> requireKnownModule(const void* handle, const char* where, const char* nullMessage,
+                                                const char* unknownMessage) {
   if (handle == nullptr) {
     fail(GC_ERR_INVALID_HANDLE, where, nullMessage);
   }
@@ -64,25 +65,33 @@ inline Port* requireKnownModule(const void* handle, const char* where, const cha
   if (!kind) {
     fail(GC_ERR_INVALID_HANDLE, where, unknownMessage);
   }
-  // Registered module addresses are Port addresses: the Port constructor registers `this`.
-  return *kind == HandleKind::Module ? static_cast<Port*>(const_cast<void*>(handle)) : nullptr;
+  if (*kind != HandleKind::Module) {
+    return nullptr;
+  }
+  std::shared_ptr<Port> module = HandleRegistry::ModuleAt(handle);
+  if (module == nullptr) {
+    fail(GC_ERR_INVALID_HANDLE, where, unknownMessage);
+  }
+  return module;
 }
 
 // The cast to the class the export expects. It looks at what really lives at the address, so a
 // registered handle of another kind fails here instead of being used as memory of another layout.
 template <class T>
-T& requireModuleKind(Port* module, const char* where, const char* afterCastMessage) {
-  T* typed = dynamic_cast<T*>(module);
+std::shared_ptr<T> requireModuleKind(const std::shared_ptr<Port>& module, const char* where,
+                                     const char* afterCastMessage) {
+  std::shared_ptr<T> typed = std::dynamic_pointer_cast<T>(module);
   if (typed == nullptr) {
     fail(GC_ERR_INVALID_HANDLE, where, afterCastMessage);
   }
-  return *typed;
+  return typed;
 }
 
 // Resolves a module handle: null test, registry test, then the cast. Exports without an after-cast
 // message of their own pass their registry message: a handle of another kind is not one of theirs.
+// The result keeps the module alive for the whole call.
 template <class T>
-T& requireModule(const void* handle, const char* where, const HandleMessages& messages) {
+std::shared_ptr<T> requireModule(const void* handle, const char* where, const HandleMessages& messages) {
   return requireModuleKind<T>(requireKnownModule(handle, where, messages.null, messages.unknown), where,
                               messages.afterCast);
 }

@@ -22,38 +22,52 @@ HandleRegistry* HandleRegistry::instance() {
   return registryDestroyed ? nullptr : &registry;
 }
 
-void HandleRegistry::Register(const void* address, HandleKind kind) {
+const HandleRegistry::Entry* HandleRegistry::find(const void* address) const {
+  const auto found = handles_.find(reinterpret_cast<std::uintptr_t>(address));
+  return found == handles_.end() ? nullptr : &found->second;
+}
+
+void HandleRegistry::RegisterModule(const std::shared_ptr<Port>& module) {
   auto* self = instance();
   if (self == nullptr) return;
   std::lock_guard lock(self->mutex_);
-  // An event's address stays registered after the event is gone; an object later built at the
-  // same address takes the entry over with its own kind.
-  self->handles_.insert_or_assign(reinterpret_cast<std::uintptr_t>(address), Entry{kind, {}});
+  // An event's address stays registered after the event is gone; a module later built at the
+  // same address takes the entry over.
+  self->handles_.insert_or_assign(reinterpret_cast<std::uintptr_t>(module.get()),
+                                  Entry{HandleKind::Module, {}, module});
+}
+
+void HandleRegistry::UnregisterModule(const Port* module) {
+  auto* self = instance();
+  if (self == nullptr) return;
+  std::lock_guard lock(self->mutex_);
+  const auto found = self->handles_.find(reinterpret_cast<std::uintptr_t>(module));
+  if (found != self->handles_.end() && found->second.kind == HandleKind::Module) {
+    self->handles_.erase(found);
+  }
 }
 
 void HandleRegistry::RegisterEvent(const std::shared_ptr<Event>& event) {
   auto* self = instance();
   if (self == nullptr) return;
   std::lock_guard lock(self->mutex_);
-  self->handles_.insert_or_assign(reinterpret_cast<std::uintptr_t>(event.get()), Entry{HandleKind::Event, event});
+  self->handles_.insert_or_assign(reinterpret_cast<std::uintptr_t>(event.get()), Entry{HandleKind::Event, event, {}});
 }
 
 std::shared_ptr<Event> HandleRegistry::EventAt(const void* address) {
   auto* self = instance();
   if (self == nullptr) return nullptr;
   std::lock_guard lock(self->mutex_);
-  const auto found = self->handles_.find(reinterpret_cast<std::uintptr_t>(address));
-  if (found == self->handles_.end()) {
-    return nullptr;
-  }
-  return found->second.event.lock();
+  const Entry* entry = self->find(address);
+  return entry == nullptr ? nullptr : entry->event.lock();
 }
 
-void HandleRegistry::Unregister(const void* address) {
+std::shared_ptr<Port> HandleRegistry::ModuleAt(const void* address) {
   auto* self = instance();
-  if (self == nullptr) return;
+  if (self == nullptr) return nullptr;
   std::lock_guard lock(self->mutex_);
-  self->handles_.erase(reinterpret_cast<std::uintptr_t>(address));
+  const Entry* entry = self->find(address);
+  return entry == nullptr ? nullptr : entry->module.lock();
 }
 
 bool HandleRegistry::IsKnown(const void* address) { return KindOf(address).has_value(); }
@@ -62,11 +76,11 @@ std::optional<HandleKind> HandleRegistry::KindOf(const void* address) {
   auto* self = instance();
   if (self == nullptr) return std::nullopt;
   std::lock_guard lock(self->mutex_);
-  const auto found = self->handles_.find(reinterpret_cast<std::uintptr_t>(address));
-  if (found == self->handles_.end()) {
+  const Entry* entry = self->find(address);
+  if (entry == nullptr) {
     return std::nullopt;
   }
-  return found->second.kind;
+  return entry->kind;
 }
 
 }  // namespace lumo::mockTL

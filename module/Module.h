@@ -5,6 +5,7 @@
 
 #include "event/ErrorEvent.h"
 #include "event/EventSource.h"
+#include "gentl/HandleRegistry.h"
 #include "module/Description.h"
 #include "module/RegisterMap.h"
 
@@ -24,6 +25,14 @@ class Module : public RegisterMap {
   // A failure here or in a derived constructor leaves nothing behind but the error event's handle,
   // which stays known (as every event's does) while the event itself is gone.
   explicit Module(const std::shared_ptr<Module>& parent);
+
+  // Makes a completely built module's handle known to the exports, and hands the module back.
+  // Until then no handle reaches it, so nothing can call into a module under construction.
+  template <class T>
+  static std::shared_ptr<T> published(std::shared_ptr<T> module) {
+    HandleRegistry::RegisterModule(module);
+    return module;
+  }
 
   // Declares the module's names, registers, description register and URL entry. Runs exactly once,
   // before the module is handed out.

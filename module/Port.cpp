@@ -11,9 +11,9 @@ namespace lumo::mockTL {
 
 using error::GenericException;
 
-Port::Port() { HandleRegistry::Register(this, HandleKind::Module); }
+Port::Port() = default;
 
-Port::~Port() { HandleRegistry::Unregister(this); }
+Port::~Port() { HandleRegistry::UnregisterModule(this); }
 
 void Port::setNames(std::string moduleName, std::string portName) {
   moduleName_ = std::move(moduleName);

@@ -28,8 +28,9 @@ struct UrlEntry {
 // The GenTL port of a module: what a PORT_HANDLE names. Serialises every port operation on its
 // recursive port mutex (a register operation may re-enter the same module's port on the same
 // thread), validates arguments, serves the URL list, and leaves register access to ReadImpl,
-// WriteImpl and GetPortInfoImpl. The object's address is its handle: it is registered as a live
-// handle for exactly as long as the object exists. Any thread may call any operation.
+// WriteImpl and GetPortInfoImpl. The object's address is its handle: it is a live handle from the
+// moment its module is published, completely built, until the object is destroyed. Any thread may
+// call any operation.
 class Port {
  public:
   Port();

@@ -79,7 +79,7 @@ void reportBytes(INFO_DATATYPE& type, void* destination, std::size_t& size, cons
 template <class Make>
 std::shared_ptr<Resource> makeResource(const char* where, Make make, void* privateData) {
   try {
-    return std::make_shared<Resource>(make(), privateData);
+    return std::make_shared<Resource>(Module::published(make()), privateData);
   } catch (const std::bad_alloc&) {
     throw GenericException(GC_ERR_OUT_OF_MEMORY, where, "Failed to allocate memory for the announced buffer");
   }

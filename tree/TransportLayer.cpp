@@ -59,7 +59,7 @@ TransportLayer::TransportLayer(SystemConfiguration configuration)
 std::shared_ptr<TransportLayer> TransportLayer::Instance() {
   std::lock_guard lock(singletonMutex);
   if (!singleton) {
-    singleton = std::make_shared<TransportLayer>(ConfigurationLoader::load());
+    singleton = published(std::make_shared<TransportLayer>(ConfigurationLoader::load()));
   }
   return singleton;
 }
@@ -108,7 +108,7 @@ std::vector<std::shared_ptr<Interface>> TransportLayer::EnsureInterfaces() {
   std::lock_guard lock(moduleMutex());
   if (interfaces_.empty()) {
     for (const auto& record : configuration_.interfaces) {
-      interfaces_.push_back(std::make_shared<Interface>(shared_from_this(), record));
+      interfaces_.push_back(published(std::make_shared<Interface>(shared_from_this(), record)));
     }
   }
   return interfaces_;

@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <cstring>
+#include <memory>
 #include <string>
 #include <thread>
 
@@ -21,12 +22,12 @@ using testing_support::exportFailed;
 using EventExports = testing_support::InitialisedLibrary;
 
 TEST_F(EventExports, ARegisteredErrorEventDeliversThroughTheExports) {
-  DescribedModule module(DescriptionKind::System);
+  const auto module = Module::published(std::make_shared<DescribedModule>(DescriptionKind::System));
   EVENT_HANDLE event = nullptr;
-  ASSERT_EQ(GCRegisterEvent(module.handle(), EVENT_ERROR, &event), GC_ERR_SUCCESS);
-  EXPECT_EQ(event, module.errorEvent()->handle());
+  ASSERT_EQ(GCRegisterEvent(module->handle(), EVENT_ERROR, &event), GC_ERR_SUCCESS);
+  EXPECT_EQ(event, module->errorEvent()->handle());
 
-  module.errorEvent()->Push({GC_ERR_INVALID_ADDRESS, "bad address"});
+  module->errorEvent()->Push({GC_ERR_INVALID_ADDRESS, "bad address"});
   char data[64];
   size_t dataSize = sizeof(data);
   ASSERT_EQ(EventGetData(event, data, &dataSize, 0), GC_ERR_SUCCESS);
@@ -49,33 +50,33 @@ TEST_F(EventExports, ARegisteredErrorEventDeliversThroughTheExports) {
                            "Waiting for event data aborted",
                            "lumo::mockTL::EventWorker<lumo::mockTL::ErrorEventData>::GetData:"));
 
-  module.errorEvent()->Push({GC_ERR_ERROR, "flushed"});
+  module->errorEvent()->Push({GC_ERR_ERROR, "flushed"});
   ASSERT_EQ(EventFlush(event), GC_ERR_SUCCESS);
-  EXPECT_EQ(module.errorEvent()->numInQueue(), 0u);
+  EXPECT_EQ(module->errorEvent()->numInQueue(), 0u);
 
-  ASSERT_EQ(GCUnregisterEvent(module.handle(), EVENT_ERROR), GC_ERR_SUCCESS);
+  ASSERT_EQ(GCUnregisterEvent(module->handle(), EVENT_ERROR), GC_ERR_SUCCESS);
   EXPECT_TRUE(
       exportFailed(EventKill(event), GC_ERR_INVALID_PARAMETER, "event was never registered", exportBody("EventKill")));
 }
 
 TEST_F(EventExports, RegistrationWithoutAHandleOutputStillRegisters) {
-  DescribedModule module(DescriptionKind::Buffer);
-  ASSERT_EQ(GCRegisterEvent(module.handle(), EVENT_ERROR, nullptr), GC_ERR_SUCCESS);
-  EXPECT_TRUE(module.errorEvent()->isRegistered());
+  const auto module = Module::published(std::make_shared<DescribedModule>(DescriptionKind::Buffer));
+  ASSERT_EQ(GCRegisterEvent(module->handle(), EVENT_ERROR, nullptr), GC_ERR_SUCCESS);
+  EXPECT_TRUE(module->errorEvent()->isRegistered());
 }
 
 TEST_F(EventExports, AStaleEventHandleIsKnownButNeverRegistered) {
   EVENT_HANDLE stale = nullptr;
   {
-    DescribedModule module(DescriptionKind::Device);
-    ASSERT_EQ(GCRegisterEvent(module.handle(), EVENT_ERROR, &stale), GC_ERR_SUCCESS);
+    const auto module = Module::published(std::make_shared<DescribedModule>(DescriptionKind::Device));
+    ASSERT_EQ(GCRegisterEvent(module->handle(), EVENT_ERROR, &stale), GC_ERR_SUCCESS);
   }
   EXPECT_TRUE(exportFailed(EventFlush(stale), GC_ERR_INVALID_PARAMETER, "event was never registered",
                            exportBody("EventFlush")));
 }
 
 TEST_F(EventExports, AWaitInTheExportOutlivesTheModuleThatOwnedTheEvent) {
-  auto module = std::make_shared<DescribedModule>(DescriptionKind::Device);
+  auto module = Module::published(std::make_shared<DescribedModule>(DescriptionKind::Device));
   EVENT_HANDLE event = nullptr;
   ASSERT_EQ(GCRegisterEvent(module->handle(), EVENT_ERROR, &event), GC_ERR_SUCCESS);
   std::weak_ptr<ErrorEvent> errorEvent = module->errorEvent();
