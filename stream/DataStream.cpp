@@ -776,9 +776,14 @@ void DataStream::setPaddingLineCountY(std::uint32_t lines) {
   updateSettings([&](StreamConfiguration& record, GenDCSettings&) { record.paddingLineCountY = lines; });
 }
 
-StreamConfiguration DataStream::settings() const {
+std::uint32_t DataStream::paddingPixelCountX() const {
   std::lock_guard lock(settingsMutex_);
-  return configuration_;
+  return configuration_.paddingPixelCountX;
+}
+
+std::uint32_t DataStream::paddingLineCountY() const {
+  std::lock_guard lock(settingsMutex_);
+  return configuration_.paddingLineCountY;
 }
 
 std::uint32_t DataStream::streamingDataSource() const {

@@ -144,8 +144,9 @@ class DataStream final : public SpecificModule<void*>,
   void setPaddingMode(std::int32_t mode);
   void setPaddingPixelCountX(std::uint32_t pixels);
   void setPaddingLineCountY(std::uint32_t lines);
-  // The stored image settings as configured (pixel format 0 and padding counts kept as written).
-  StreamConfiguration settings() const;
+  // The padding counts as written, whatever the padding mode.
+  std::uint32_t paddingPixelCountX() const;
+  std::uint32_t paddingLineCountY() const;
   // Where delivered data comes from: 0 generated images, 1 loaded image files, 2 a stream file.
   std::uint32_t streamingDataSource() const;
   GenDCSettings genDCSettings() const;

@@ -228,8 +228,8 @@ std::uint32_t RemoteDevice::ReadUint32RegImpl(std::uint32_t id) {
     case kWidth: return stream->imageGeometry().width;
     case kHeight: return stream->imageGeometry().height;
     case kPaddingMode: return stream->paddingMode();
-    case kPaddingPixelCountX: return stream->settings().paddingPixelCountX;
-    case kPaddingLineCountY: return stream->settings().paddingLineCountY;
+    case kPaddingPixelCountX: return stream->paddingPixelCountX();
+    case kPaddingLineCountY: return stream->paddingLineCountY();
     case kTlParamsLocked: return tlParamsLocked() ? 1 : 0;
     case kGenDCStreamingMode: return stream->genDCSettings().streamingMode;
     // On while the stream delivers GenDC: in streaming mode, and always for a stream file.
