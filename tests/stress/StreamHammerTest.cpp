@@ -1,7 +1,7 @@
 // Consumers that do everything at once on one stream and on four: taking and requeuing frames,
 // two controllers per stream stopping, flushing (DSFlushQueue in every mode, EventFlush),
 // restarting and killing waits, a thread that revokes buffers and announces new ones while
-// frames flow, and one per device that changes the image size and pixel format under the
+// frames flow and their ports are read, and one per device that changes the image size and pixel format under the
 // running acquisition. Afterwards the stream's queues must still hold every queued buffer
 // exactly once and the stream must stream again.
 //
@@ -79,6 +79,12 @@ class StreamHammer : public StressRig, public ::testing::WithParamInterface<int>
       log.expectOneOf("DSGetBufferInfo",
                       gentl.DSGetBufferInfo(rig.stream, data.BufferHandle, BUFFER_INFO_FRAMEID, &type, &frameId, &size),
                       {GC_ERR_SUCCESS, GC_ERR_NOT_AVAILABLE, GC_ERR_INVALID_HANDLE});
+      // Its port too, which the churner may be destroying meanwhile.
+      std::uint32_t flag = 0;
+      size = sizeof(flag);
+      log.expectOneOf("GCReadPort buffer",
+                      gentl.GCReadPort(data.BufferHandle, stress::kBufferIsQueuedRegister, &flag, &size),
+                      {GC_ERR_SUCCESS, GC_ERR_INVALID_HANDLE});
       // A controller may have queued it again meanwhile, or the churner revoked it.
       log.expectOneOf("DSQueueBuffer", gentl.DSQueueBuffer(rig.stream, data.BufferHandle),
                       {GC_ERR_SUCCESS, GC_ERR_INVALID_BUFFER, GC_ERR_INVALID_HANDLE});
