@@ -8,17 +8,41 @@
 #include <thread>
 
 #include "gentl/GenTL.h"
+#include "gentl/LastErrorStore.h"
+#include "gentl/Library.h"
 #include "support/DescribedModule.h"
-#include "support/ExportBodies.h"
 
 namespace lumo::mockTL {
 namespace {
 
 using testing_support::DescribedModule;
-using testing_support::exportBody;
-using testing_support::exportFailed;
 
-using EventExports = testing_support::InitialisedLibrary;
+// The start of the origin text of an export body's own checks.
+std::string exportBody(const std::string& exportName) { return "GenTL::" + exportName + "::"; }
+
+// Whether the export returned `code` and left, as the calling thread's last error, the same code
+// and a text made of `message` and an origin that starts with `origin`.
+::testing::AssertionResult exportFailed(GC_ERROR result, GC_ERROR code, const std::string& message,
+                                        const std::string& origin) {
+  const auto record = error::LastErrorStore::instance().fetch();
+  const std::string prefix = message + ":" + origin;
+  if (result != code || record.code != code || record.text.rfind(prefix, 0) != 0) {
+    return ::testing::AssertionFailure() << "returned " << result << ", last error " << record.code << " \""
+                                         << record.text << "\"; expected " << code << " \"" << prefix << "...\"";
+  }
+  return ::testing::AssertionSuccess();
+}
+
+// The export bodies linked in and called directly, with the library initialised and no last
+// errors, as after GCInitLib; uninitialised again after.
+class EventExports : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    Library::setInitialised(true);
+    error::LastErrorStore::instance().clear();
+  }
+  void TearDown() override { Library::setInitialised(false); }
+};
 
 TEST_F(EventExports, ARegisteredErrorEventDeliversThroughTheExports) {
   DescribedModule module(DescriptionKind::System);

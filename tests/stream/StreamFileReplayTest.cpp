@@ -27,18 +27,10 @@ using lumo::mockTL::LmR::StreamFileWriter;
 using testing_support::FlowSession;
 using testing_support::ScopedVariable;
 using testing_support::TemporaryDirectory;
+using namespace testing_support::camera;
 
 const std::vector<std::uint64_t> kFlowSizes = {32, 1000, 500};
 constexpr std::uint64_t kFlowSets = 5;
-
-// Camera registers.
-constexpr std::uint64_t kGenDCStreamingStatus = 0x30004;
-constexpr std::uint64_t kGenDCDescriptorSize = 0x30010;
-constexpr std::uint64_t kStreamingDataSource = 0x30028;
-constexpr std::uint64_t kStreamFileStartFrameId = 0x3002C;
-constexpr std::uint64_t kStreamFileMaxFrameId = 0x30034;
-constexpr std::uint64_t kGenDCFlowMappingTable = 0x31000;
-constexpr std::uint64_t kGenDCDescriptor = 0x32000;
 
 // Byte `offset` of flow `flow` of flow set `set`: every flow of every set differs from the others.
 std::uint8_t recordedByte(std::uint64_t set, std::uint64_t flow, std::uint64_t offset) {
@@ -249,9 +241,7 @@ TEST_P(BrokenStreamFile, FailsTheStreamsOpenWithTheRecordingsText) {
   GetParam().damage(info);
   configure(info);
   system = openSystem();
-  iface = openInterface(system, "Bench");
-  ASSERT_EQ(gentl.IFUpdateDeviceList(iface, nullptr, 0), GC_ERR_SUCCESS) << producer.lastError().second;
-  device = openDevice(iface, "Cam");
+  device = openDevice(openInterface(system, "Bench"), "Cam");
   DS_HANDLE stream = nullptr;
   EXPECT_EQ(gentl.DevOpenDataStream(device, "Replay", &stream), GetParam().code);
   expectLastError(GetParam().code, GetParam().message);

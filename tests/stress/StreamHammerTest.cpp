@@ -30,6 +30,7 @@ namespace {
 using namespace std::chrono_literals;
 using stress::RigStream;
 using stress::StressRig;
+namespace camera = testing_support::camera;
 
 constexpr int kBuffersPerStream = 6;
 constexpr int kConsumersPerStream = 3;
@@ -142,13 +143,14 @@ class StreamHammer : public StressRig, public ::testing::WithParamInterface<int>
     static constexpr std::uint32_t kHeights[] = {8, 32, 64};
     static constexpr std::uint32_t kFormats[] = {kMono8, kMono16, kRgb8, kMono8, kMono16};
     for (std::uint32_t round = 0; !done; ++round) {
-      log.expectOneOf("GCWritePort SourceSelector", writeRegister(rig.remote, 0x200, round % 2), {GC_ERR_SUCCESS});
-      log.expectOneOf("GCWritePort Width", writeRegister(rig.remote, stress::kRemoteWidth, kWidths[round % 4]),
+      log.expectOneOf("GCWritePort SourceSelector", writeRegister(rig.remote, camera::kSourceSelector, round % 2),
                       {GC_ERR_SUCCESS});
-      log.expectOneOf("GCWritePort Height", writeRegister(rig.remote, stress::kRemoteHeight, kHeights[round % 3]),
+      log.expectOneOf("GCWritePort Width", writeRegister(rig.remote, camera::kWidth, kWidths[round % 4]),
                       {GC_ERR_SUCCESS});
-      log.expectOneOf("GCWritePort PixelFormat",
-                      writeRegister(rig.remote, stress::kRemotePixelFormat, kFormats[round % 5]), {GC_ERR_SUCCESS});
+      log.expectOneOf("GCWritePort Height", writeRegister(rig.remote, camera::kHeight, kHeights[round % 3]),
+                      {GC_ERR_SUCCESS});
+      log.expectOneOf("GCWritePort PixelFormat", writeRegister(rig.remote, camera::kPixelFormat, kFormats[round % 5]),
+                      {GC_ERR_SUCCESS});
       tally.settingChanges += 3;
       std::this_thread::sleep_for(2ms);
     }

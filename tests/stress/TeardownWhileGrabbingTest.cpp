@@ -78,16 +78,7 @@ class TeardownWhileGrabbing : public StressRig, public ::testing::WithParamInter
       size = sizeof(value);
       log.expectOneOf("DSGetInfo", gentl.DSGetInfo(rig.stream, STREAM_INFO_NUM_AWAIT_DELIVERY, &type, &value, &size),
                       closing);
-      std::uint32_t word = 0;
-      size = sizeof(word);
-      log.expectOneOf("GCReadPort stream", gentl.GCReadPort(rig.stream, stress::kStreamQueuedRegister, &word, &size),
-                      closing);
-      size = sizeof(word);
-      log.expectOneOf("GCReadPort device",
-                      gentl.GCReadPort(rig.device, stress::kDeviceStreamCountRegister, &word, &size), closing);
-      size = sizeof(word);
-      log.expectOneOf("GCReadPort remote device",
-                      gentl.GCReadPort(rig.remote, stress::kRemoteSleepBetweenFrames, &word, &size), closing);
+      readModulePorts(rig, closing);
       calls += 4;
       if (got != GC_ERR_SUCCESS) continue;
       ++frames;
@@ -95,9 +86,7 @@ class TeardownWhileGrabbing : public StressRig, public ::testing::WithParamInter
       log.expectOneOf("DSGetBufferInfo",
                       gentl.DSGetBufferInfo(rig.stream, data.BufferHandle, BUFFER_INFO_FRAMEID, &type, &value, &size),
                       buffer);
-      size = sizeof(word);
-      log.expectOneOf("GCReadPort buffer",
-                      gentl.GCReadPort(data.BufferHandle, stress::kBufferIsQueuedRegister, &word, &size), closing);
+      readPort("GCReadPort buffer", data.BufferHandle, stress::kBufferIsQueuedRegister, closing);
       log.expectOneOf("DSQueueBuffer", gentl.DSQueueBuffer(rig.stream, data.BufferHandle), buffer);
       calls += 3;
     }

@@ -117,6 +117,16 @@ class StreamSession : public ConsumerSession {
     return event;
   }
 
+  // What every consumer does before its frames come: `buffers` buffers allocated and queued, the
+  // new-buffer event registered and `frames` frames started. Returns the event.
+  EVENT_HANDLE startAcquisition(DS_HANDLE stream, std::uint64_t frames = GENTL_INFINITE, int buffers = 3) {
+    allocateBuffers(stream, buffers);
+    const EVENT_HANDLE event = registerNewBuffer(stream);
+    EXPECT_EQ(gentl.DSStartAcquisition(stream, ACQ_START_FLAGS_DEFAULT, frames), GC_ERR_SUCCESS)
+        << producer.lastError().second;
+    return event;
+  }
+
   // The next delivered buffer; fails the test when none comes within the wait.
   BUFFER_HANDLE nextBuffer(EVENT_HANDLE event, std::uint64_t timeout = kFrameWait) {
     EVENT_NEW_BUFFER_DATA data{};

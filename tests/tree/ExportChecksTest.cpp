@@ -12,6 +12,9 @@ namespace {
 
 using testing_support::ConsumerSession;
 using testing_support::GenTLExports;
+using testing_support::kHandle;
+using testing_support::kParameter;
+using testing_support::kUnknown;
 
 // The open tree the calls run against: MyInterface0, MyDevice0 and its MyStream0, all open.
 struct Handles {
@@ -35,13 +38,8 @@ struct Scratch {
   PORT_HANDLE port = nullptr;
 };
 
-// An address that was never handed out by the producer.
-void* const kUnknown = testing_support::kUnknownHandle;
-
 using CheckCase = testing_support::ExportCheck<Handles, Scratch>;
 
-constexpr GC_ERROR kHandle = GC_ERR_INVALID_HANDLE;
-constexpr GC_ERROR kParameter = GC_ERR_INVALID_PARAMETER;
 constexpr GC_ERROR kId = GC_ERR_INVALID_ID;
 
 class ExportChecks : public ConsumerSession, public ::testing::WithParamInterface<CheckCase> {
