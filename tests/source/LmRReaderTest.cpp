@@ -56,11 +56,10 @@ const char* const kInvalid = "Invalid InfoFile format";
 const char* const kCorrupted = "Corrupted InfoFile";
 const char* const kShort = "Data file too short for its flow sets";
 
-// Files cut short anywhere are covered byte by byte further down.
+// Files cut short anywhere are covered byte by byte further down; a missing info file, a missing
+// data file and one too short are checked through the built producer.
 std::vector<CorruptRecording> corruptRecordings() {
   return {
-      {"MissingInfoFile", [](const TemporaryDirectory&) {}, LmRStatus::NotAvailable,
-       "Failed to open InfoFile for reading"},
       {"InfoFileIsADirectory",
        [](const TemporaryDirectory& dir) { std::filesystem::create_directory(dir / "rec.info"); },
        LmRStatus::NotAvailable, "Failed to open InfoFile for reading"},
@@ -87,24 +86,12 @@ std::vector<CorruptRecording> corruptRecordings() {
          writeDataFiles(dir, {0, 0});
        },
        LmRStatus::InvalidFile, kCorrupted},
-      {"SecondDataFileMissing",
-       [](const TemporaryDirectory& dir) {
-         writeBytes(dir / "rec.info", goodInfoFile());
-         writeDataFiles(dir, {6});
-       },
-       LmRStatus::NotAvailable, "CreateFileW failed"},
       {"DataFileIsADirectory",
        [](const TemporaryDirectory& dir) {
          writeBytes(dir / "rec.info", goodInfoFile());
          std::filesystem::create_directory(dir / "rec-000000.gdcs");
        },
        LmRStatus::NotAvailable, "CreateFileW failed"},
-      {"DataFileOneByteShort",
-       [](const TemporaryDirectory& dir) {
-         writeBytes(dir / "rec.info", goodInfoFile());
-         writeDataFiles(dir, {6, 11});
-       },
-       LmRStatus::InvalidFile, kShort},
       {"EmptyDataFileClaimingFlowSets",
        [](const TemporaryDirectory& dir) {
          writeBytes(dir / "rec.info", goodInfoFile());

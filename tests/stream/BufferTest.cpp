@@ -47,13 +47,6 @@ TEST_F(BufferTest, TimestampIsCutToABufferShorterThanItself) {
   EXPECT_EQ(std::vector<std::byte>(memory.begin() + 4, memory.end()), staleBuffer(8));
 }
 
-TEST_F(BufferTest, BufferSmallerThanThePayloadIsLeftAsItWas) {
-  std::vector<std::byte> memory = staleBuffer(63);
-  const auto resource = stream->Announce(memory.size(), memory.data(), nullptr);
-  resource->buffer().copyImage(nullptr);
-  EXPECT_EQ(memory, staleBuffer(63));
-}
-
 TEST_F(BufferTest, FillFollowsTheStreamsCurrentSettings) {
   std::vector<std::byte> memory = staleBuffer(16 * 4 * 3);
   const auto resource = stream->Announce(memory.size(), memory.data(), nullptr);

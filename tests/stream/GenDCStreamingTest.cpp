@@ -214,13 +214,8 @@ TEST_F(GenDCStreaming, ShortReadsOfTableAndDescriptorGetTheirFirstBytesOnly) {
 
 TEST_F(GenDCStreaming, BufferTooSmallForTheContainerIsReportedAndStillDelivered) {
   ASSERT_EQ(writeCamera(kGenDCStreamingMode, 1), GC_ERR_SUCCESS);
-  std::vector<BUFFER_HANDLE> buffers(3);
-  for (auto& buffer : buffers) {
-    ASSERT_EQ(gentl.DSAllocAndAnnounceBuffer(stream, kImageSize, nullptr, &buffer), GC_ERR_SUCCESS);
-    ASSERT_EQ(gentl.DSQueueBuffer(stream, buffer), GC_ERR_SUCCESS);
-  }
-  EVENT_HANDLE errors = nullptr;
-  ASSERT_EQ(gentl.GCRegisterEvent(stream, EVENT_ERROR, &errors), GC_ERR_SUCCESS);
+  allocateBuffers(stream, 3, true, kImageSize);
+  const EVENT_HANDLE errors = registerErrorEvent(stream);
   const EVENT_HANDLE event = registerNewBuffer(stream);
   ASSERT_EQ(gentl.DSStartAcquisition(stream, ACQ_START_FLAGS_DEFAULT, 1), GC_ERR_SUCCESS);
   const BUFFER_HANDLE delivered = nextBuffer(event);

@@ -43,11 +43,7 @@ class StreamConcurrency : public FlowSession {
 // one consistent layout, and the flow queries never see half of one.
 TEST_F(StreamConcurrency, GenDCSettingsChangeWhileFramesAreBuiltFromThem) {
   // Room for the largest container of this stream: two 64 x 32 Mono8 images behind 296 bytes.
-  std::vector<BUFFER_HANDLE> buffers(4);
-  for (auto& buffer : buffers) {
-    ASSERT_EQ(gentl.DSAllocAndAnnounceBuffer(stream, 296 + 2 * 64 * 32, nullptr, &buffer), GC_ERR_SUCCESS);
-    ASSERT_EQ(gentl.DSQueueBuffer(stream, buffer), GC_ERR_SUCCESS);
-  }
+  allocateBuffers(stream, 4, true, 296 + 2 * 64 * 32);
   const EVENT_HANDLE event = registerNewBuffer(stream);
   ASSERT_EQ(gentl.DSStartAcquisition(stream, ACQ_START_FLAGS_DEFAULT, GENTL_INFINITE), GC_ERR_SUCCESS);
   std::atomic<bool> done{false};

@@ -149,8 +149,7 @@ TEST_F(StreamFileReplay, FlowLargerThanItsSegmentIsReportedAfterTheEarlierFlowsW
   configure(record());
   const DS_HANDLE stream = openReplay();
   announceComposite(stream, {40, 999, 500}, 3);
-  EVENT_HANDLE errors = nullptr;
-  ASSERT_EQ(gentl.GCRegisterEvent(stream, EVENT_ERROR, &errors), GC_ERR_SUCCESS);
+  const EVENT_HANDLE errors = registerErrorEvent(stream);
   const EVENT_HANDLE event = registerNewBuffer(stream);
   ASSERT_EQ(gentl.DSStartAcquisition(stream, ACQ_START_FLAGS_DEFAULT, 1), GC_ERR_SUCCESS);
   const BUFFER_HANDLE buffer = nextBuffer(event);
@@ -172,8 +171,7 @@ TEST_F(StreamFileReplay, DynamicFlowSizesOpenButEveryFrameReportsThem) {
   configure(info);
   const DS_HANDLE stream = openReplay();
   announceComposite(stream, kFlowSizes, 3);
-  EVENT_HANDLE errors = nullptr;
-  ASSERT_EQ(gentl.GCRegisterEvent(stream, EVENT_ERROR, &errors), GC_ERR_SUCCESS);
+  const EVENT_HANDLE errors = registerErrorEvent(stream);
   const EVENT_HANDLE event = registerNewBuffer(stream);
   ASSERT_EQ(gentl.DSStartAcquisition(stream, ACQ_START_FLAGS_DEFAULT, 1), GC_ERR_SUCCESS);
   ASSERT_NE(nextBuffer(event), nullptr);

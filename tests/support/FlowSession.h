@@ -106,6 +106,11 @@ class FlowSession : public StreamSession {
     return base != nullptr ? std::vector<std::uint8_t>(base, base + size) : std::vector<std::uint8_t>();
   }
 
+  EVENT_HANDLE registerErrorEvent(DS_HANDLE stream) {
+    EVENT_HANDLE errors = nullptr;
+    EXPECT_EQ(gentl.GCRegisterEvent(stream, EVENT_ERROR, &errors), GC_ERR_SUCCESS);
+    return errors;
+  }
   // The text of the next item of a registered error event: what a fill that failed reports.
   std::string nextErrorText(EVENT_HANDLE errors) {
     char item[256] = {};

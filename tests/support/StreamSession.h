@@ -99,11 +99,13 @@ class StreamSession : public ConsumerSession {
 
   size_t payloadSize(DS_HANDLE stream) { return streamInfo<size_t>(stream, STREAM_INFO_PAYLOAD_SIZE); }
 
-  // `count` buffers of the stream's payload size that the producer allocates, queued unless told.
-  std::vector<BUFFER_HANDLE> allocateBuffers(DS_HANDLE stream, int count, bool queue = true) {
+  // `count` buffers that the producer allocates, of `size` bytes or else the stream's payload size,
+  // queued unless told.
+  std::vector<BUFFER_HANDLE> allocateBuffers(DS_HANDLE stream, int count, bool queue = true, size_t size = 0) {
     std::vector<BUFFER_HANDLE> buffers(count);
     for (auto& buffer : buffers) {
-      EXPECT_EQ(gentl.DSAllocAndAnnounceBuffer(stream, payloadSize(stream), nullptr, &buffer), GC_ERR_SUCCESS);
+      EXPECT_EQ(gentl.DSAllocAndAnnounceBuffer(stream, size != 0 ? size : payloadSize(stream), nullptr, &buffer),
+                GC_ERR_SUCCESS);
       if (queue) {
         EXPECT_EQ(gentl.DSQueueBuffer(stream, buffer), GC_ERR_SUCCESS);
       }
