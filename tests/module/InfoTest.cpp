@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <cstring>
 
 #include "module/Info.h"
@@ -28,6 +29,16 @@ TEST(InfoString, SizeQueryExactFitAndOneTooFew) {
   ReportInfoString(type, buffer, size, "Custom");
   EXPECT_STREQ(buffer, "Custom");
   EXPECT_EQ(size, 7u);
+}
+
+// Each command's type, size and value are checked through the built producer; what a consumer
+// cannot see there is whether a refused destination was written to.
+TEST(InfoNumeric, OneByteTooFewLeavesTheDestinationUntouched) {
+  INFO_DATATYPE type = 0;
+  std::uint64_t value = 0;
+  std::size_t size = sizeof(value) - 1;
+  EXPECT_GENTL_ERROR(ReportInfoNumeric(type, &value, size, std::uint64_t{1} << 40), GC_ERR_BUFFER_TOO_SMALL, kTooSmall);
+  EXPECT_EQ(value, 0u);
 }
 
 }  // namespace
