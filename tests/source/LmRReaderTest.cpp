@@ -1,8 +1,6 @@
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <functional>
-#include <set>
 #include <string>
 #include <vector>
 

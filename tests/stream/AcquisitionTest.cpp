@@ -5,15 +5,16 @@
 
 #include <array>
 #include <cstdint>
-#include <cstring>
 #include <functional>
 #include <string>
 #include <vector>
 
+#include "support/LittleEndian.h"
 #include "support/StreamSession.h"
 
 namespace {
 
+using lumo::mockTL::GenDc::test::readField;
 using testing_support::eventually;
 using testing_support::ScopedVariable;
 using testing_support::StderrCapture;
@@ -22,12 +23,6 @@ using testing_support::TemporaryDirectory;
 
 // Pixel bytes the generator writes start after the timestamp in the first 8 bytes.
 constexpr size_t kTimestampBytes = 8;
-
-uint64_t littleEndian(const std::vector<uint8_t>& bytes, size_t offset, size_t count) {
-  uint64_t value = 0;
-  for (size_t i = 0; i < count; ++i) value |= uint64_t{bytes.at(offset + i)} << (8 * i);
-  return value;
-}
 
 class Acquisition : public StreamSession {
  protected:
@@ -174,13 +169,13 @@ TEST_P(PixelFamily, DeliversTheGeneratedImageBehindTheTimestamp) {
   const auto frame = bufferBytes(stream, first);
   ASSERT_EQ(frame.size(), family.payload);
   EXPECT_EQ(family.firstWrongByte(frame), -1);
-  EXPECT_EQ(littleEndian(frame, 0, kTimestampBytes), bufferInfo<uint64_t>(stream, first, BUFFER_INFO_TIMESTAMP));
+  EXPECT_EQ(readField(frame, 0, kTimestampBytes), bufferInfo<uint64_t>(stream, first, BUFFER_INFO_TIMESTAMP));
   EXPECT_EQ(bufferInfo<uint64_t>(stream, first, BUFFER_INFO_TIMESTAMP_NS),
             bufferInfo<uint64_t>(stream, first, BUFFER_INFO_TIMESTAMP));
   const auto next = bufferBytes(stream, second);
   EXPECT_TRUE(std::equal(frame.begin() + kTimestampBytes, frame.end(), next.begin() + kTimestampBytes))
       << "every frame of a generated stream is the same image";
-  EXPECT_GE(littleEndian(next, 0, kTimestampBytes), littleEndian(frame, 0, kTimestampBytes));
+  EXPECT_GE(readField(next, 0, kTimestampBytes), readField(frame, 0, kTimestampBytes));
   EXPECT_EQ(gentl.DSStopAcquisition(stream, ACQ_STOP_FLAGS_DEFAULT), GC_ERR_SUCCESS);
 }
 

@@ -2,7 +2,6 @@
 // message, as a consumer meets them through the built LmMockTL.cti.
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <string>
 
 #include "support/ExportCheckTable.h"
