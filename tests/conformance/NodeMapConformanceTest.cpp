@@ -25,12 +25,8 @@
 
 #include "source/ImageFiles.h"
 #include "source/StreamFileWriter.h"
+#include "support/ModulePorts.h"
 #include "support/ScopedEnvironment.h"
-#include "tools/Acquisition.h"
-#include "tools/FeaturesCommand.h"
-#include "tools/GenTLArvDevice.h"
-#include "tools/GenTLLibrary.h"
-#include "tools/ProducerSession.h"
 
 namespace {
 
@@ -38,8 +34,10 @@ using namespace lmmocktl;
 using testing_support::ScopedVariable;
 using testing_support::TemporaryDirectory;
 
+using testing_support::Module;
+using testing_support::ModulePorts;
+
 enum class Configuration { BuiltIn, ImageFiles, GenDC, StreamFile };
-enum class Module { System, Interface, Device, Remote, Stream, Buffer };
 
 constexpr std::array kConfigurations = {Configuration::BuiltIn, Configuration::ImageFiles, Configuration::GenDC,
                                         Configuration::StreamFile};
@@ -47,25 +45,12 @@ constexpr std::array kModules = {Module::System, Module::Interface, Module::Devi
                                  Module::Remote, Module::Stream,    Module::Buffer};
 
 const char* nameOf(Configuration configuration) {
-  switch (configuration) {
-    case Configuration::BuiltIn: return "BuiltIn";
-    case Configuration::ImageFiles: return "ImageFiles";
-    case Configuration::GenDC: return "GenDC";
-    case Configuration::StreamFile: return "StreamFile";
-  }
-  return "?";
+  return std::array{"BuiltIn", "ImageFiles", "GenDC", "StreamFile"}[static_cast<std::size_t>(configuration)];
 }
 
 const char* nameOf(Module module) {
-  switch (module) {
-    case Module::System: return "System";
-    case Module::Interface: return "Interface";
-    case Module::Device: return "Device";
-    case Module::Remote: return "RemoteDevice";
-    case Module::Stream: return "DataStream";
-    case Module::Buffer: return "Buffer";
-  }
-  return "?";
+  return std::array{
+      "System", "Interface", "Device", "RemoteDevice", "DataStream", "Buffer"}[static_cast<std::size_t>(module)];
 }
 
 // What one module's node map gave in one configuration.
@@ -497,8 +482,8 @@ class NodeMapWalk {
   std::optional<Deviation> deviation_;
 };
 
-// The producer loaded with one configuration, its modules open down to one announced buffer of
-// the configuration's stream.
+// The producer loaded with one configuration, its modules open down to announced buffers of the
+// configuration's stream.
 class OpenConfiguration {
  public:
   explicit OpenConfiguration(Configuration configuration) {
@@ -508,43 +493,14 @@ class OpenConfiguration {
       case Configuration::GenDC: configureGenerated(); break;
       case Configuration::StreamFile: configureStreamFile(); break;
     }
-    gentl_ = std::make_unique<GenTLLibrary>(LMMOCKTL_CTI_PATH);
-    session_ = std::make_unique<ProducerSession>(*gentl_);
-    const std::vector<ProducerSession::DeviceEntry> devices = session_->devices();
-    if (devices.empty()) throw std::runtime_error("the configuration has no device");
-    iface_ = session_->openInterface(devices.front().interfaceId);
-    device_ = session_->openDevice(devices.front());
-    gentl_->check(gentl_->DevGetPort(device_, &remote_), "DevGetPort");
-    if (configuration == Configuration::GenDC) {
-      const GenTLArvDevice camera(FeaturesCommand::portFunctions(*gentl_), remote_);
-      camera.write("GenDCStreamingMode", "On");
-    }
-    const std::vector<std::string> streams = session_->streamIds(device_);
-    if (streams.empty()) throw std::runtime_error("the device has no stream");
-    acquisition_ = std::make_unique<Acquisition>(*gentl_, device_, streams.front());
-    acquisition_->announce(2, 0, flowSizes());
-    gentl_->check(gentl_->DSGetBufferID(acquisition_->stream(), 0, &buffer_), "DSGetBufferID");
+    ports_.emplace(2, [&](const GenTLArvDevice& camera) {
+      if (configuration == Configuration::GenDC) camera.write("GenDCStreamingMode", "On");
+    });
   }
-  ~OpenConfiguration() {
-    acquisition_.reset();
-    session_.reset();
-    gentl_.reset();
-  }
-  OpenConfiguration(const OpenConfiguration&) = delete;
-  OpenConfiguration& operator=(const OpenConfiguration&) = delete;
 
-  const GenTLLibrary& gentl() const { return *gentl_; }
-
-  void* port(Module module) const {
-    switch (module) {
-      case Module::System: return session_->system();
-      case Module::Interface: return iface_;
-      case Module::Device: return device_;
-      case Module::Remote: return remote_;
-      case Module::Stream: return acquisition_->stream();
-      case Module::Buffer: return buffer_;
-    }
-    return nullptr;
+  // Aravis' node map of the module's port.
+  std::unique_ptr<GenTLArvDevice> features(Module module) const {
+    return std::make_unique<GenTLArvDevice>(ports_->functions(), ports_->port(module));
   }
 
  private:
@@ -582,31 +538,9 @@ class OpenConfiguration {
     configure(R"({"ID": "Replay", "StreamFilePath": ")" + info.string() + R"("})");
   }
 
-  // The stream's flow sizes when it delivers more than one flow, which composite buffers receive.
-  std::vector<std::size_t> flowSizes() const {
-    uint32_t flows = 0;
-    if (gentl_->DSGetNumFlows(acquisition_->stream(), &flows) != GC_ERR_SUCCESS || flows < 2) return {};
-    std::vector<std::size_t> sizes;
-    for (uint32_t flow = 0; flow < flows; ++flow) {
-      std::uint64_t size = 0;
-      INFO_DATATYPE type = INFO_DATATYPE_UNKNOWN;
-      size_t width = sizeof(size);
-      gentl_->check(gentl_->DSGetFlowInfo(acquisition_->stream(), flow, FLOW_INFO_SIZE, &type, &size, &width),
-                    "DSGetFlowInfo(FLOW_INFO_SIZE)");
-      sizes.push_back(size);
-    }
-    return sizes;
-  }
-
   TemporaryDirectory directory_;
   std::optional<ScopedVariable> config_;
-  std::unique_ptr<GenTLLibrary> gentl_;
-  std::unique_ptr<ProducerSession> session_;
-  std::unique_ptr<Acquisition> acquisition_;
-  IF_HANDLE iface_ = nullptr;
-  DEV_HANDLE device_ = nullptr;
-  PORT_HANDLE remote_ = nullptr;
-  BUFFER_HANDLE buffer_ = nullptr;
+  std::optional<ModulePorts> ports_;
 };
 
 class NodeMapConformance : public ::testing::TestWithParam<std::tuple<Configuration, Module>> {
@@ -638,10 +572,9 @@ TEST_P(NodeMapConformance, EveryNodeEvaluatesAndEveryWriteReadsBack) {
   } catch (const std::exception& failure) {
     FAIL() << "cannot open the " << nameOf(configuration) << " configuration: " << failure.what();
   }
-  const GenTLArvDevice features(FeaturesCommand::portFunctions(open->gentl()), open->port(module));
   Figures& tally = figures()[{configuration, module}];
   tally = Figures{};
-  NodeMapWalk(features, module, tally).run();
+  NodeMapWalk(*open->features(module), module, tally).run();
   EXPECT_GT(tally.read, 0u);
 }
 
@@ -652,9 +585,9 @@ class ConfigurationSource : public ::testing::TestWithParam<std::tuple<Configura
 TEST_P(ConfigurationSource, CameraStreamsFromTheConfiguredSource) {
   const auto [configuration, source, genDC] = GetParam();
   const OpenConfiguration open(configuration);
-  const GenTLArvDevice camera(FeaturesCommand::portFunctions(open.gentl()), open.port(Module::Remote));
-  EXPECT_EQ(camera.read("StreamingDataSource"), source);
-  EXPECT_EQ(camera.read("GenDCStreamingStatus"), genDC);
+  const auto camera = open.features(Module::Remote);
+  EXPECT_EQ(camera->read("StreamingDataSource"), source);
+  EXPECT_EQ(camera->read("GenDCStreamingStatus"), genDC);
 }
 
 INSTANTIATE_TEST_SUITE_P(EachConfiguration, ConfigurationSource,

@@ -116,8 +116,6 @@ INSTANTIATE_TEST_SUITE_P(
                         kUnknownDataInfo + ":lumo::mockTL::ErrorEvent::GetDataInfoImpl"},
         DataInfoRefusal{"NewBufferShortInput", registered<NewBufferEvent>, 15, EVENT_DATA_ID, GC_ERR_OUT_OF_MEMORY,
                         "in_size < sizeof(EVENT_NEW_BUFFER_DATA):lumo::mockTL::NewBufferEvent::GetDataInfoImpl"},
-        DataInfoRefusal{"NewBufferEmptyInput", registered<NewBufferEvent>, 0, EVENT_DATA_ID, GC_ERR_OUT_OF_MEMORY,
-                        "in_size < sizeof(EVENT_NEW_BUFFER_DATA)"},
         DataInfoRefusal{"NewBufferCustom", registered<NewBufferEvent>, 16, EVENT_DATA_CUSTOM_ID, GC_ERR_NOT_IMPLEMENTED,
                         kUnknownDataInfo + ":lumo::mockTL::NewBufferEvent::GetDataInfoImpl"},
         DataInfoRefusal{"RemoveDeviceValue", registered<RemoveDeviceEvent>, 8, EVENT_DATA_VALUE, GC_ERR_NOT_IMPLEMENTED,

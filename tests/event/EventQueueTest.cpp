@@ -59,17 +59,6 @@ TEST(EventWait, AnEmptyQueueTimesOutAtOnceOrWhenTheTimeoutHasPassed) {
   EXPECT_GE(std::chrono::steady_clock::now() - start, 40ms);
 }
 
-TEST(EventWait, ItemsComeOutInPushOrder) {
-  auto event = registeredErrorEvent();
-  event->Push({-1, "first"});
-  event->Push({-2, "second"});
-  event->Push({-3, "third"});
-  EXPECT_EQ(takeCode(*event, 0), -1);
-  EXPECT_EQ(takeCode(*event, 0), -2);
-  EXPECT_EQ(takeCode(*event, 0), -3);
-  EXPECT_EQ(takeCode(*event, 0), GC_ERR_TIMEOUT);
-}
-
 TEST(EventKill, EachPendingKillAbortsOneWaitEvenWithItemsQueued) {
   auto event = registeredErrorEvent();
   event->Kill();

@@ -1,11 +1,11 @@
 #include <gtest/gtest.h>
 
-#include <ostream>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "gendc/ContainerLayout.h"
+#include "support/ExpectThrowMessage.h"
 
 namespace lumo::mockTL::GenDc {
 namespace {
@@ -25,7 +25,6 @@ struct LayoutCase {
   std::vector<std::uint16_t> flowIds;
   std::vector<std::uint64_t> dataOffsets;
 };
-void PrintTo(const LayoutCase& c, std::ostream* out) { *out << c.name; }
 
 class ContainerLayoutOfSettings : public ::testing::TestWithParam<LayoutCase> {};
 
@@ -85,17 +84,11 @@ struct InvalidSettings {
   StreamSettings settings;
   const char* message;
 };
-void PrintTo(const InvalidSettings& c, std::ostream* out) { *out << c.name; }
 
 class ContainerLayoutRefuses : public ::testing::TestWithParam<InvalidSettings> {};
 
 TEST_P(ContainerLayoutRefuses, SettingsItCannotDescribe) {
-  try {
-    ContainerLayout{GetParam().settings};
-    FAIL() << "layout built";
-  } catch (const std::exception& failure) {
-    EXPECT_STREQ(failure.what(), GetParam().message);
-  }
+  EXPECT_THROW_MESSAGE(ContainerLayout{GetParam().settings}, std::exception, GetParam().message);
 }
 
 constexpr const char* kImageCountText = "GenDC image count must be 1 or 2";

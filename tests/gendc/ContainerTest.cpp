@@ -1,12 +1,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <ostream>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "gendc/Container.h"
+#include "support/ExpectThrowMessage.h"
 
 namespace lumo::mockTL::GenDc {
 namespace {
@@ -23,7 +23,6 @@ struct SegmentMismatch {
   std::vector<std::uint64_t> segmentSizes;
   const char* message;
 };
-void PrintTo(const SegmentMismatch& c, std::ostream* out) { *out << c.name; }
 
 class SegmentPlacementRefuses : public ::testing::TestWithParam<SegmentMismatch> {};
 
@@ -32,12 +31,7 @@ TEST_P(SegmentPlacementRefuses, SegmentsThatDoNotMatchTheFlowsWithoutWriting) {
   std::vector<std::vector<std::uint8_t>> memory;
   for (const std::uint64_t size : GetParam().segmentSizes) memory.emplace_back(size, kUntouched);
   const std::vector<std::span<std::uint8_t>> segments(memory.begin(), memory.end());
-  try {
-    container.writeIntoSegments(segments);
-    FAIL() << "container placed";
-  } catch (const std::invalid_argument& failure) {
-    EXPECT_STREQ(failure.what(), GetParam().message);
-  }
+  EXPECT_THROW_MESSAGE(container.writeIntoSegments(segments), std::invalid_argument, GetParam().message);
   for (const auto& segment : memory) {
     EXPECT_EQ(std::count(segment.begin(), segment.end(), kUntouched), segment.size());
   }

@@ -10,6 +10,7 @@
 
 #include "gendc/Container.h"
 #include "gendc/DescriptorReader.h"
+#include "support/ExpectThrowMessage.h"
 
 namespace lumo::mockTL::GenDc {
 namespace {
@@ -55,12 +56,8 @@ class DamagedDescriptor : public ::testing::TestWithParam<Damage> {};
 TEST_P(DamagedDescriptor, IsRefusedWithItsText) {
   auto bytes = paddedMono16Descriptor();
   GetParam().apply(bytes);
-  try {
-    DescriptorReader(bytes).part(GetParam().component, GetParam().part);
-    FAIL() << "read a damaged descriptor";
-  } catch (const std::exception& failure) {
-    EXPECT_STREQ(failure.what(), GetParam().message);
-  }
+  EXPECT_THROW_MESSAGE(DescriptorReader(bytes).part(GetParam().component, GetParam().part), std::exception,
+                       GetParam().message);
 }
 
 // Offsets: component 0's header at 72, its part header at 128; component offsets from 56.

@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -69,18 +68,6 @@ TEST(PartHeaderContents, DescribeTheImageGeometryAndPartType) {
                               {44, 4, 480u},
                               {48, 2, 4u},
                               {50, 2, 2u}});
-}
-
-TEST(FlowMappingTableContents, FlowCountDifferentFromTheSizeListIsRefusedBeforeWriting) {
-  std::vector<std::uint8_t> memory(40, 0xEE);
-  const std::vector<std::uint64_t> flowSizes{296, 307200};
-  try {
-    FlowMappingTable(memory, 40, 3, flowSizes);
-    FAIL() << "table written";
-  } catch (const std::invalid_argument& failure) {
-    EXPECT_STREQ(failure.what(), "the number of flow sizes must match the flow count");
-  }
-  EXPECT_EQ(memory, std::vector<std::uint8_t>(40, 0xEE));
 }
 
 }  // namespace

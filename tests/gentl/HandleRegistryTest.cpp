@@ -9,7 +9,6 @@
 
 #include "gentl/HandleRegistry.h"
 #include "support/DescribedModule.h"
-#include "support/ExportBodies.h"
 
 namespace lumo::mockTL {
 namespace {
@@ -76,17 +75,6 @@ TEST(HandleRegistry, AFailedModuleConstructionLeavesNoHandleAndNoEvents) {
   std::weak_ptr<ErrorEvent> errorEvent;
   EXPECT_THROW(std::make_shared<FailingModule>(errorEvent), std::runtime_error);
   EXPECT_TRUE(errorEvent.expired()) << "the error event must be destroyed";
-}
-
-using UnpublishedModuleExports = testing_support::InitialisedLibrary;
-
-TEST_F(UnpublishedModuleExports, RefuseTheHandleOfAModuleStillBeingBuilt) {
-  DescribedModule module(DescriptionKind::Device);
-  EVENT_HANDLE event = nullptr;
-  EXPECT_TRUE(testing_support::exportFailed(GCRegisterEvent(module.handle(), EVENT_ERROR, &event),
-                                            GC_ERR_INVALID_HANDLE, "handle is unknown",
-                                            testing_support::exportBody("GCRegisterEvent")));
-  EXPECT_FALSE(module.errorEvent()->isRegistered());
 }
 
 }  // namespace

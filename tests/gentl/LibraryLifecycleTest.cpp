@@ -5,7 +5,7 @@
 
 #include <thread>
 
-#include "support/Producer.h"
+#include "support/GenTLExports.h"
 
 namespace {
 
@@ -15,58 +15,53 @@ std::string threadId() { return std::to_string(static_cast<long>(syscall(SYS_get
 
 class LibraryLifecycle : public ::testing::Test {
  protected:
-  void TearDown() override { closeLib(); }  // leaves the library uninitialised for the next test
-
-  GC_ERROR initLib() { return producer.get<decltype(GCInitLib)>("GCInitLib")(); }
-  GC_ERROR closeLib() { return producer.get<decltype(GCCloseLib)>("GCCloseLib")(); }
-  GC_ERROR getLastError(GC_ERROR* code, char* text, size_t* size) {
-    return producer.get<decltype(GCGetLastError)>("GCGetLastError")(code, text, size);
-  }
+  void TearDown() override { gentl.GCCloseLib(); }  // leaves the library uninitialised for the next test
 
   Producer producer;
+  testing_support::GenTLExports gentl{producer};
 };
 
 TEST_F(LibraryLifecycle, EveryCallBeforeInitIsNotInitializedAndInitStartsAFreshPeriod) {
   GC_ERROR code = 0;
   size_t size = 0;
-  EXPECT_EQ(closeLib(), GC_ERR_NOT_INITIALIZED);
-  EXPECT_EQ(getLastError(&code, nullptr, &size), GC_ERR_NOT_INITIALIZED);
-  ASSERT_EQ(initLib(), GC_ERR_SUCCESS);
-  ASSERT_EQ(initLib(), GC_ERR_RESOURCE_IN_USE);
-  ASSERT_EQ(closeLib(), GC_ERR_SUCCESS);
-  EXPECT_EQ(closeLib(), GC_ERR_NOT_INITIALIZED);
-  ASSERT_EQ(initLib(), GC_ERR_SUCCESS);
+  EXPECT_EQ(gentl.GCCloseLib(), GC_ERR_NOT_INITIALIZED);
+  EXPECT_EQ(gentl.GCGetLastError(&code, nullptr, &size), GC_ERR_NOT_INITIALIZED);
+  ASSERT_EQ(gentl.GCInitLib(), GC_ERR_SUCCESS);
+  ASSERT_EQ(gentl.GCInitLib(), GC_ERR_RESOURCE_IN_USE);
+  ASSERT_EQ(gentl.GCCloseLib(), GC_ERR_SUCCESS);
+  EXPECT_EQ(gentl.GCCloseLib(), GC_ERR_NOT_INITIALIZED);
+  ASSERT_EQ(gentl.GCInitLib(), GC_ERR_SUCCESS);
   // The failures of the previous period are gone: init empties the store.
   EXPECT_EQ(producer.lastError(), std::make_pair(GC_ERROR{GC_ERR_SUCCESS}, "NO ERROR::" + threadId()));
 }
 
 TEST_F(LibraryLifecycle, InitTwiceIsRememberedAndReadWithASizeQuery) {
-  ASSERT_EQ(initLib(), GC_ERR_SUCCESS);
-  ASSERT_EQ(initLib(), GC_ERR_RESOURCE_IN_USE);
+  ASSERT_EQ(gentl.GCInitLib(), GC_ERR_SUCCESS);
+  ASSERT_EQ(gentl.GCInitLib(), GC_ERR_RESOURCE_IN_USE);
   const std::string expected = "already initialized:GenTL::GCInitLib::<lambda_1>::operator ():" + threadId();
 
   GC_ERROR code = 0;
   size_t size = 0;
-  ASSERT_EQ(getLastError(&code, nullptr, &size), GC_ERR_SUCCESS);
+  ASSERT_EQ(gentl.GCGetLastError(&code, nullptr, &size), GC_ERR_SUCCESS);
   EXPECT_EQ(size, expected.size() + 1);
   EXPECT_EQ(code, GC_ERR_RESOURCE_IN_USE);
 
   std::string text(expected.size(), 'x');
   size = text.size();
-  EXPECT_EQ(getLastError(&code, text.data(), &size), GC_ERR_BUFFER_TOO_SMALL);
+  EXPECT_EQ(gentl.GCGetLastError(&code, text.data(), &size), GC_ERR_BUFFER_TOO_SMALL);
   EXPECT_EQ(text, std::string(expected.size(), 'x'));
   // A failing GCGetLastError never overwrites the error being read.
-  EXPECT_EQ(getLastError(nullptr, nullptr, &size), GC_ERR_INVALID_PARAMETER);
-  EXPECT_EQ(getLastError(&code, nullptr, nullptr), GC_ERR_INVALID_PARAMETER);
+  EXPECT_EQ(gentl.GCGetLastError(nullptr, nullptr, &size), GC_ERR_INVALID_PARAMETER);
+  EXPECT_EQ(gentl.GCGetLastError(&code, nullptr, nullptr), GC_ERR_INVALID_PARAMETER);
   EXPECT_EQ(producer.lastError(), std::make_pair(GC_ERROR{GC_ERR_RESOURCE_IN_USE}, expected));
 }
 
 TEST_F(LibraryLifecycle, ThreadsReadTheirOwnErrors) {
-  ASSERT_EQ(initLib(), GC_ERR_SUCCESS);
+  ASSERT_EQ(gentl.GCInitLib(), GC_ERR_SUCCESS);
   std::pair<GC_ERROR, std::string> failed, clean;
   std::string failedId, cleanId;
   std::thread([&] {
-    EXPECT_EQ(initLib(), GC_ERR_RESOURCE_IN_USE);
+    EXPECT_EQ(gentl.GCInitLib(), GC_ERR_RESOURCE_IN_USE);
     failed = producer.lastError();
     failedId = threadId();
   }).join();

@@ -4,7 +4,6 @@
 
 #include <cstdint>
 #include <functional>
-#include <ostream>
 #include <string>
 
 #include "support/ConsumerSession.h"
@@ -13,22 +12,10 @@
 namespace {
 
 using testing_support::ConsumerSession;
-using testing_support::Producer;
-
-// The exports that GenTLExports leaves out, next to those it has.
-struct Exports : testing_support::GenTLExports {
-  explicit Exports(const Producer& producer) : GenTLExports(producer), library(producer) {}
-  const Producer& library;
-#define LMMOCKTL_EXPORT(name) decltype(&::name) name = library.get<decltype(::name)>(#name)
-  LMMOCKTL_EXPORT(GCGetPortURL);
-  LMMOCKTL_EXPORT(GCGetPortInfo);
-  LMMOCKTL_EXPORT(GCGetNumPortURLs);
-  LMMOCKTL_EXPORT(GCGetPortURLInfo);
-  LMMOCKTL_EXPORT(GCReadPortStacked);
-  LMMOCKTL_EXPORT(GCWritePortStacked);
-  LMMOCKTL_EXPORT(EventGetDataInfo);
-#undef LMMOCKTL_EXPORT
-};
+using testing_support::GenTLExports;
+using testing_support::kHandle;
+using testing_support::kParameter;
+using testing_support::kUnknown;
 
 // The open system (whose port the calls use) with its error event registered, and the open
 // interface, whose error event was registered and unregistered again.
@@ -52,26 +39,20 @@ struct Scratch {
 struct Check {
   const char* name;
   const char* exportName;
-  std::function<GC_ERROR(Exports&, const Handles&, Scratch&)> call;
+  std::function<GC_ERROR(GenTLExports&, const Handles&, Scratch&)> call;
   GC_ERROR code;
   const char* message;
 };
 
-void PrintTo(const Check& check, std::ostream* out) { *out << check.name; }
-
 // One row: `function` called with `arguments`, which see the handles as `h` and the scratch as `s`.
 // clang-format off
-#define ROW(function, suffix, code, message, arguments)                                                  \
-  Check{#function #suffix, #function,                                                                    \
-        [](Exports& gentl, [[maybe_unused]] const Handles& h, [[maybe_unused]] Scratch& s) -> GC_ERROR { \
-          return gentl.function arguments;                                                               \
-        },                                                                                               \
+#define ROW(function, suffix, code, message, arguments)                                                       \
+  Check{#function #suffix, #function,                                                                         \
+        [](GenTLExports& gentl, [[maybe_unused]] const Handles& h, [[maybe_unused]] Scratch& s) -> GC_ERROR { \
+          return gentl.function arguments;                                                                    \
+        },                                                                                                    \
         code, message}
 // clang-format on
-
-void* const kUnknown = testing_support::kUnknownHandle;
-constexpr GC_ERROR kHandle = GC_ERR_INVALID_HANDLE;
-constexpr GC_ERROR kParameter = GC_ERR_INVALID_PARAMETER;
 
 class PortAndEventExports : public ConsumerSession {
  protected:
@@ -79,12 +60,11 @@ class PortAndEventExports : public ConsumerSession {
     ConsumerSession::SetUp();
     handles.system = openSystem();
     handles.iface = openInterface(handles.system);
-    ASSERT_EQ(exports.GCRegisterEvent(handles.system, EVENT_ERROR, &handles.registered), GC_ERR_SUCCESS);
-    ASSERT_EQ(exports.GCRegisterEvent(handles.iface, EVENT_ERROR, &handles.unregistered), GC_ERR_SUCCESS);
-    ASSERT_EQ(exports.GCUnregisterEvent(handles.iface, EVENT_ERROR), GC_ERR_SUCCESS);
+    ASSERT_EQ(gentl.GCRegisterEvent(handles.system, EVENT_ERROR, &handles.registered), GC_ERR_SUCCESS);
+    ASSERT_EQ(gentl.GCRegisterEvent(handles.iface, EVENT_ERROR, &handles.unregistered), GC_ERR_SUCCESS);
+    ASSERT_EQ(gentl.GCUnregisterEvent(handles.iface, EVENT_ERROR), GC_ERR_SUCCESS);
   }
 
-  Exports exports{producer};
   Handles handles;
 };
 
@@ -93,14 +73,14 @@ class PortAndEventChecks : public PortAndEventExports, public ::testing::WithPar
   // Before GCInitLib every port and event export refuses first of all.
   void SetUp() override {
     Scratch scratch;
-    EXPECT_EQ(GetParam().call(exports, Handles{}, scratch), GC_ERR_NOT_INITIALIZED);
+    EXPECT_EQ(GetParam().call(gentl, Handles{}, scratch), GC_ERR_NOT_INITIALIZED);
     PortAndEventExports::SetUp();
   }
 };
 
 TEST_P(PortAndEventChecks, RefuseWithTheirCodeMessageAndOrigin) {
   Scratch scratch;
-  EXPECT_EQ(GetParam().call(exports, handles, scratch), GetParam().code);
+  EXPECT_EQ(GetParam().call(gentl, handles, scratch), GetParam().code);
   const auto [code, text] = producer.lastError();
   EXPECT_EQ(code, GetParam().code);
   EXPECT_EQ(text.rfind(std::string(GetParam().message) + ":GenTL::" + GetParam().exportName + "::", 0), 0u) << text;
@@ -201,19 +181,19 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST_F(PortAndEventExports, UrlQueriesReachTheSystemDescription) {
   uint32_t urls = 0;
-  ASSERT_EQ(exports.GCGetNumPortURLs(handles.system, &urls), GC_ERR_SUCCESS);
+  ASSERT_EQ(gentl.GCGetNumPortURLs(handles.system, &urls), GC_ERR_SUCCESS);
   EXPECT_EQ(urls, 1u);
   const std::string url = testing_support::askText(
-      [&](char* text, size_t* size) { return exports.GCGetPortURL(handles.system, text, size); });
+      [&](char* text, size_t* size) { return gentl.GCGetPortURL(handles.system, text, size); });
   EXPECT_EQ(url.rfind("local:tl_system_1_3_22.xml;f0000000;", 0), 0u) << url;
 
   INFO_DATATYPE type = 0;
   char name[64];
   size_t size = sizeof(name);
-  ASSERT_EQ(exports.GCGetPortURLInfo(handles.system, 0, URL_INFO_FILENAME, &type, name, &size), GC_ERR_SUCCESS);
+  ASSERT_EQ(gentl.GCGetPortURLInfo(handles.system, 0, URL_INFO_FILENAME, &type, name, &size), GC_ERR_SUCCESS);
   EXPECT_STREQ(name, "tl_system_1_3_22.xml");
   size = sizeof(name);
-  ASSERT_EQ(exports.GCGetPortInfo(handles.system, PORT_INFO_PORTNAME, &type, name, &size), GC_ERR_SUCCESS);
+  ASSERT_EQ(gentl.GCGetPortInfo(handles.system, PORT_INFO_PORTNAME, &type, name, &size), GC_ERR_SUCCESS);
   EXPECT_STREQ(name, "TLPort");
 }
 
@@ -221,7 +201,7 @@ TEST_F(PortAndEventExports, StackedReadReportsTheEntriesCompleted) {
   uint32_t major = 0, minor = 0, updateList = 0;
   PORT_REGISTER_STACK_ENTRY stack[] = {{0x40, &major, 4}, {0x30, &minor, 4}, {0x20, &updateList, 4}};
   size_t entries = 3;
-  EXPECT_EQ(exports.GCReadPortStacked(handles.system, stack, &entries), GC_ERR_ACCESS_DENIED);
+  EXPECT_EQ(gentl.GCReadPortStacked(handles.system, stack, &entries), GC_ERR_ACCESS_DENIED);
   EXPECT_EQ(entries, 2u);
   EXPECT_EQ(major, 1u);
   EXPECT_EQ(minor, 6u);
@@ -230,7 +210,7 @@ TEST_F(PortAndEventExports, StackedReadReportsTheEntriesCompleted) {
 TEST_F(PortAndEventExports, AFailureOfThePortCarriesThePortsOrigin) {
   char byte = 0;
   size_t empty = 0;
-  EXPECT_EQ(exports.GCReadPort(handles.system, 0, &byte, &empty), GC_ERR_INVALID_PARAMETER);
+  EXPECT_EQ(gentl.GCReadPort(handles.system, 0, &byte, &empty), GC_ERR_INVALID_PARAMETER);
   EXPECT_NE(producer.lastError().second.find(":lumo::mockTL::Port::Read:"), std::string::npos);
 }
 

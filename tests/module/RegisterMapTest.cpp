@@ -176,17 +176,6 @@ TEST_F(RegisterMapTest, FailureInsideARangeReportsBytesAlreadyTransferred) {
   EXPECT_EQ(bytes[0], 7);
 }
 
-TEST_F(RegisterMapTest, UnservedTypedOperationsRefuse) {
-  struct Bare : RegisterMap {
-    Bare() { declareRegisters({{7, 0, 4, RegisterType::Uint32, RegisterAccess::ReadWrite}}); }
-  } bare;
-  std::uint8_t bytes[4] = {};
-  std::size_t size = 4;
-  EXPECT_GENTL_ERROR(bare.Read(0, bytes, size), GC_ERR_ERROR, "Unexpected read of a uint32 register");
-  size = 4;
-  EXPECT_GENTL_ERROR(bare.Write(0, bytes, size), GC_ERR_ERROR, "Unexpected write of a uint32 register");
-}
-
 TEST(RegisterMapDeclaration, OverlappingRegistersAreRefused) {
   struct Overlapping : RegisterMap {
     void declare(std::uint64_t secondAddress) {

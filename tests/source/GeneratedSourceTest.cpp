@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <ostream>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -11,6 +10,7 @@
 #include "source/GeneratedSource.h"
 #include "source/Pfnc.h"
 #include "source/PixelFormatLayout.h"
+#include "support/ExpectThrowMessage.h"
 #include "support/StaleBuffer.h"
 
 namespace lumo::mockTL {
@@ -32,8 +32,6 @@ struct PixelCase {
   std::size_t sampleBytes;
   std::vector<std::uint16_t> samples;
 };
-
-void PrintTo(const PixelCase& c, std::ostream* out) { *out << c.name; }
 
 class GeneratedPixel : public testing::TestWithParam<PixelCase> {};
 
@@ -185,12 +183,8 @@ TEST(GeneratedImage, PartialPackedGroupIsWrittenOnlyUpToThePayload) {
 
 TEST(GeneratedImage, PackerRefusesAnUnpackedFormat) {
   std::vector<std::byte> buffer(16);
-  try {
-    writePackedImageData(*findPixelFormatLayout(Mono10), {Mono10, 2, 2, 0, 0}, buffer.data());
-    FAIL() << "nothing thrown";
-  } catch (const std::runtime_error& failure) {
-    EXPECT_STREQ(failure.what(), "invalid format for BufferP");
-  }
+  EXPECT_THROW_MESSAGE(writePackedImageData(*findPixelFormatLayout(Mono10), {Mono10, 2, 2, 0, 0}, buffer.data()),
+                       std::runtime_error, "invalid format for BufferP");
 }
 
 // Codes outside the table, among them packed codes whose bit layout exists but is never delivered.
@@ -199,12 +193,8 @@ class UnsupportedFormat : public testing::TestWithParam<std::uint32_t> {};
 TEST_P(UnsupportedFormat, FailsAndWritesNothing) {
   GeneratedSource source;
   std::vector<std::byte> buffer = staleBuffer(64);
-  try {
-    source.fill({GetParam(), 2, 2, 0, 0}, buffer);
-    FAIL() << "nothing thrown";
-  } catch (const std::invalid_argument& failure) {
-    EXPECT_STREQ(failure.what(), "unsupported pixel format");
-  }
+  EXPECT_THROW_MESSAGE(source.fill({GetParam(), 2, 2, 0, 0}, buffer), std::invalid_argument,
+                       "unsupported pixel format");
   EXPECT_EQ(buffer, staleBuffer(64));
 }
 
@@ -251,8 +241,6 @@ struct SettingsChange {
   ImageGeometry before;
   ImageGeometry after;
 };
-
-void PrintTo(const SettingsChange& c, std::ostream* out) { *out << c.name; }
 
 class GeneratedSourceSettingsChange : public testing::TestWithParam<SettingsChange> {};
 

@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <functional>
 #include <initializer_list>
-#include <ostream>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -37,8 +36,6 @@ struct DecodeCase {
   std::uint8_t loadedBitDepth;  // what its planes report
   int tolerance;                // 0 but for lossy JPEG
 };
-
-void PrintTo(const DecodeCase& c, std::ostream* out) { *out << c.name; }
 
 class DecodedImage : public ::testing::TestWithParam<DecodeCase> {};
 
@@ -184,8 +181,6 @@ struct BadFileCase {
   const char* reason;  // what the refusal must say; empty: any reason
 };
 
-void PrintTo(const BadFileCase& c, std::ostream* out) { *out << c.name; }
-
 class UnusableImageFile : public ::testing::TestWithParam<BadFileCase> {};
 
 TEST_P(UnusableImageFile, IsRefusedWithItsReason) {
@@ -250,12 +245,10 @@ struct ExtensionCase {
   bool accepted;
 };
 
-void PrintTo(const ExtensionCase& c, std::ostream* out) { *out << c.fileName; }
-
 class ImageFileExtension : public ::testing::TestWithParam<ExtensionCase> {};
 
 TEST_P(ImageFileExtension, IsAcceptedOnlyAsWrittenInLowerCase) {
-  EXPECT_EQ(ImageFileLoader::hasAcceptedExtension(GetParam().fileName), GetParam().accepted);
+  EXPECT_EQ(ImageFileLoader::hasAcceptedExtension(GetParam().fileName), GetParam().accepted) << GetParam().fileName;
 }
 
 INSTANTIATE_TEST_SUITE_P(

@@ -9,24 +9,23 @@
 #include <vector>
 
 #include "source/ImageFiles.h"
-#include "support/StreamSession.h"
+#include "support/FlowSession.h"
 
 namespace {
 
+using testing_support::FlowSession;
 using testing_support::makePicture;
 using testing_support::ScopedVariable;
-using testing_support::StreamSession;
 using testing_support::TemporaryDirectory;
 using testing_support::TestPicture;
 
 constexpr std::size_t kTimestampBytes = 8;
-constexpr std::uint64_t kStreamingDataSourceAddress = 0x30028;
 
 std::vector<std::uint8_t> bytesOf(const TestPicture& picture) {
   return std::vector<std::uint8_t>(picture.samples.begin(), picture.samples.end());
 }
 
-class ImageFileStream : public StreamSession {
+class ImageFileStream : public FlowSession {
  protected:
   // A stream over `directory` on a device of its own, configured to a geometry the files override.
   DS_HANDLE openImageStream(const TemporaryDirectory& directory) {
@@ -37,16 +36,9 @@ class ImageFileStream : public StreamSession {
                                   "ImageDirectoryPath": ")" +
                                                         directory.path().string() + R"("}]}]}]})")
                                .string());
-    return openDeviceStream("Files", "I", "Cam");
-  }
-
-  std::uint32_t streamingDataSource() {
-    PORT_HANDLE port = nullptr;
-    EXPECT_EQ(gentl.DevGetPort(device, &port), GC_ERR_SUCCESS);
-    std::uint32_t value = 0;
-    size_t size = sizeof(value);
-    EXPECT_EQ(gentl.GCReadPort(port, kStreamingDataSourceAddress, &value, &size), GC_ERR_SUCCESS);
-    return value;
+    const DS_HANDLE stream = openDeviceStream("Files", "I", "Cam");
+    openCamera();
+    return stream;
   }
 
   std::optional<ScopedVariable> configuration_;
@@ -64,11 +56,9 @@ TEST_F(ImageFileStream, DeliversEachFilesPixelsInNameOrderRoundAndRound) {
   directory.write("notes.txt", "not an image");
 
   const DS_HANDLE stream = openImageStream(directory);
-  EXPECT_EQ(streamingDataSource(), 1u) << "ImageFile";
+  EXPECT_EQ(readCamera(testing_support::camera::kStreamingDataSource), 1u) << "ImageFile";
   ASSERT_EQ(payloadSize(stream), 40u * 30u);
-  allocateBuffers(stream, 3);
-  const EVENT_HANDLE event = registerNewBuffer(stream);
-  ASSERT_EQ(gentl.DSStartAcquisition(stream, ACQ_START_FLAGS_DEFAULT, 3), GC_ERR_SUCCESS);
+  const EVENT_HANDLE event = startAcquisition(stream, 3);
   const std::vector<std::vector<std::uint8_t>> expected = {bytesOf(earlier), bytesOf(later), bytesOf(earlier)};
   for (const auto& image : expected) {
     const BUFFER_HANDLE buffer = nextBuffer(event);
@@ -99,9 +89,7 @@ TEST_F(ImageFileStream, ColourFileGivesAnRgbStreamOfItsSamples) {
 
   const DS_HANDLE stream = openImageStream(directory);
   ASSERT_EQ(payloadSize(stream), 16u * 8u * 3u);
-  allocateBuffers(stream, 3);
-  const EVENT_HANDLE event = registerNewBuffer(stream);
-  ASSERT_EQ(gentl.DSStartAcquisition(stream, ACQ_START_FLAGS_DEFAULT, 1), GC_ERR_SUCCESS);
+  const EVENT_HANDLE event = startAcquisition(stream, 1);
   const BUFFER_HANDLE buffer = nextBuffer(event);
   ASSERT_NE(buffer, nullptr);
   EXPECT_EQ(bufferInfo<std::uint64_t>(stream, buffer, BUFFER_INFO_PIXELFORMAT), 0x02180014u) << "RGB8";
@@ -116,7 +104,7 @@ TEST_F(ImageFileStream, DirectoryWithoutUsableFilesStreamsTheGeneratedImage) {
   TemporaryDirectory directory;
   directory.write("broken.png", "not a png");
   const DS_HANDLE stream = openImageStream(directory);
-  EXPECT_EQ(streamingDataSource(), 0u) << "Generator";
+  EXPECT_EQ(readCamera(testing_support::camera::kStreamingDataSource), 0u) << "Generator";
   EXPECT_EQ(payloadSize(stream), 640u * 480u * 3u);
 }
 

@@ -1,13 +1,11 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "source/LmRApi.h"
-#include "source/LmRLastError.h"
 #include "source/RecordingFiles.h"
 
 namespace lumo::mockTL::testing {
@@ -20,9 +18,9 @@ const std::vector<std::uint8_t> kDescriptor = {'G', 'N', 'D', 'C', 1, 1, 0, 0, 0
 class OpenedRecordingTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    writeFile(dir / "rec.info", infoFileBytes(true, kFlowSizes, {56, 28}, {2, 1}, kDescriptor));
-    writeFile(dir / "rec-000000.gdcs", patternFlowSets(0, 2, 28));
-    writeFile(dir / "rec-000001.gdcs", patternFlowSets(2, 1, 28));
+    writeBytes(dir / "rec.info", infoFileBytes(true, kFlowSizes, {56, 28}, {2, 1}, kDescriptor));
+    writeBytes(dir / "rec-000000.gdcs", patternFlowSets(0, 2, 28));
+    writeBytes(dir / "rec-000001.gdcs", patternFlowSets(2, 1, 28));
     ASSERT_EQ(LmRCreateContainerReader((dir / "rec.info").c_str(), &reader), LmRStatus::Success)
         << LmRGetLastErrorMessage();
   }
@@ -30,47 +28,9 @@ class OpenedRecordingTest : public ::testing::Test {
     if (reader != nullptr) LmRContainerReaderRelease(reader);
   }
 
-  std::vector<std::uint8_t> property(LmRProperty id) {
-    std::size_t size = 0;
-    EXPECT_EQ(LmRContainerReaderGetProperty(reader, id, nullptr, &size), LmRStatus::Success);
-    std::vector<std::uint8_t> bytes(size, 0xEE);
-    EXPECT_EQ(LmRContainerReaderGetProperty(reader, id, bytes.data(), &size), LmRStatus::Success);
-    EXPECT_EQ(size, bytes.size());
-    return bytes;
-  }
-
-  std::uint64_t numberProperty(LmRProperty id) {
-    const auto bytes = property(id);
-    std::uint64_t value = 0;
-    EXPECT_EQ(bytes.size(), 8u);
-    std::memcpy(&value, bytes.data(), 8);
-    return value;
-  }
-
   TemporaryDirectory dir;
   LmRContainerReaderHandle reader = nullptr;
 };
-
-TEST_F(OpenedRecordingTest, PropertiesReportTheInfoFile) {
-  EXPECT_EQ(numberProperty(LmRProperty::FlowSetCount), 3u);
-  EXPECT_EQ(numberProperty(LmRProperty::DataFileCount), 2u);
-  EXPECT_EQ(property(LmRProperty::FixedFlowSizes), std::vector<std::uint8_t>{1});
-  EXPECT_EQ(property(LmRProperty::PrefetchDescriptor), kDescriptor);
-  const auto sizes = property(LmRProperty::FlowSizes);
-  ASSERT_EQ(sizes.size(), 24u);
-  std::vector<std::uint64_t> values(3);
-  std::memcpy(values.data(), sizes.data(), 24);
-  EXPECT_EQ(values, kFlowSizes);
-}
-
-TEST_F(OpenedRecordingTest, LargerBufferGetsTheTrueSizeBack) {
-  std::vector<std::uint8_t> buffer(64, 0xEE);
-  std::size_t size = buffer.size();
-  ASSERT_EQ(LmRContainerReaderGetProperty(reader, LmRProperty::PrefetchDescriptor, buffer.data(), &size),
-            LmRStatus::Success);
-  EXPECT_EQ(size, kDescriptor.size());
-  EXPECT_EQ(buffer[kDescriptor.size()], 0xEE);
-}
 
 struct ShortBufferCase {
   const char* name;
@@ -78,8 +38,6 @@ struct ShortBufferCase {
   std::size_t needed;
   const char* message;
 };
-
-void PrintTo(const ShortBufferCase& shortBuffer, std::ostream* out) { *out << shortBuffer.name; }
 
 class PropertyBufferOneByteShortTest : public OpenedRecordingTest,
                                        public ::testing::WithParamInterface<ShortBufferCase> {};
@@ -239,20 +197,6 @@ TEST(LmRLibraryTest, EachThreadReadsItsOwnLastError) {
   });
   other.join();
   EXPECT_STREQ(LmRGetLastErrorMessage(), "View handle invalid");
-}
-
-struct Thrown {};
-
-TEST(LmRLibraryTest, FrameSortsFailuresIntoTheThreeKinds) {
-  EXPECT_EQ(LmR::LastError::guard([] { throw LmR::Error(LmRStatus::InvalidIndex, "own text"); }),
-            LmRStatus::InvalidIndex);
-  EXPECT_STREQ(LmRGetLastErrorMessage(), "own text");
-  EXPECT_EQ(LmR::LastError::guard([] { throw std::length_error("vector"); }), LmRStatus::Error);
-  EXPECT_STREQ(LmRGetLastErrorMessage(), "unknown exception");
-  EXPECT_EQ(LmR::LastError::guard([] { throw Thrown{}; }), LmRStatus::Error);
-  EXPECT_STREQ(LmRGetLastErrorMessage(), "unknown (catch(...)) error occured");
-  EXPECT_EQ(LmR::LastError::guard([] {}), LmRStatus::Success);
-  EXPECT_STREQ(LmRGetLastErrorMessage(), "unknown (catch(...)) error occured");
 }
 
 }  // namespace

@@ -1,8 +1,6 @@
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <functional>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -22,7 +20,7 @@ std::vector<std::uint8_t> goodInfoFile() { return infoFileBytes(true, kFlowSizes
 
 void writeDataFiles(const TemporaryDirectory& dir, const std::vector<std::uint64_t>& sizes) {
   for (std::size_t i = 0; i < sizes.size(); ++i) {
-    writeFile(dir / ("rec-00000" + std::to_string(i) + ".gdcs"), std::vector<std::uint8_t>(sizes[i], 0xAB));
+    writeBytes(dir / ("rec-00000" + std::to_string(i) + ".gdcs"), std::vector<std::uint8_t>(sizes[i], 0xAB));
   }
 }
 
@@ -45,7 +43,7 @@ struct CorruptRecording {
 
 std::function<void(const TemporaryDirectory&)> infoFileOnly(std::vector<std::uint8_t> bytes) {
   return [bytes](const TemporaryDirectory& dir) {
-    writeFile(dir / "rec.info", bytes);
+    writeBytes(dir / "rec.info", bytes);
     writeDataFiles(dir, {6, 12});
   };
 }
@@ -56,11 +54,10 @@ const char* const kInvalid = "Invalid InfoFile format";
 const char* const kCorrupted = "Corrupted InfoFile";
 const char* const kShort = "Data file too short for its flow sets";
 
-// Files cut short anywhere are covered byte by byte further down.
+// Files cut short anywhere are covered byte by byte further down; a missing info file, a missing
+// data file and one too short are checked through the built producer.
 std::vector<CorruptRecording> corruptRecordings() {
   return {
-      {"MissingInfoFile", [](const TemporaryDirectory&) {}, LmRStatus::NotAvailable,
-       "Failed to open InfoFile for reading"},
       {"InfoFileIsADirectory",
        [](const TemporaryDirectory& dir) { std::filesystem::create_directory(dir / "rec.info"); },
        LmRStatus::NotAvailable, "Failed to open InfoFile for reading"},
@@ -68,7 +65,6 @@ std::vector<CorruptRecording> corruptRecordings() {
        kInvalid},
       {"Version2", infoFileOnly(Bytes().u32(0x494E464F).u32(2).u8(0).u8(1).u64(0).u64(0).u64(0).bytes()),
        LmRStatus::InvalidFile, kInvalid},
-      {"Version0", infoFileOnly(Bytes().u32(0x494E464F).u32(0).bytes()), LmRStatus::InvalidFile, kInvalid},
       {"FlowCountBeyondFile", infoFileOnly(header().u64(kHuge).u64(4).bytes()), LmRStatus::InvalidFile, kCorrupted},
       {"DataFileCountBeyondFile", infoFileOnly(header().u64(0).u64(kHuge).u64(0).bytes()), LmRStatus::InvalidFile,
        kCorrupted},
@@ -84,45 +80,31 @@ std::vector<CorruptRecording> corruptRecordings() {
       // Empty flow sets need no data bytes, so only the sum of the counts can catch this.
       {"FlowSetCountsOverflowTheirSum",
        [](const TemporaryDirectory& dir) {
-         writeFile(dir / "rec.info", infoFileBytes(true, {0}, {0, 0}, {~std::uint64_t{0}, 1}, {}));
+         writeBytes(dir / "rec.info", infoFileBytes(true, {0}, {0, 0}, {~std::uint64_t{0}, 1}, {}));
          writeDataFiles(dir, {0, 0});
        },
        LmRStatus::InvalidFile, kCorrupted},
-      {"SecondDataFileMissing",
-       [](const TemporaryDirectory& dir) {
-         writeFile(dir / "rec.info", goodInfoFile());
-         writeDataFiles(dir, {6});
-       },
-       LmRStatus::NotAvailable, "CreateFileW failed"},
       {"DataFileIsADirectory",
        [](const TemporaryDirectory& dir) {
-         writeFile(dir / "rec.info", goodInfoFile());
+         writeBytes(dir / "rec.info", goodInfoFile());
          std::filesystem::create_directory(dir / "rec-000000.gdcs");
        },
        LmRStatus::NotAvailable, "CreateFileW failed"},
-      {"DataFileOneByteShort",
-       [](const TemporaryDirectory& dir) {
-         writeFile(dir / "rec.info", goodInfoFile());
-         writeDataFiles(dir, {6, 11});
-       },
-       LmRStatus::InvalidFile, kShort},
       {"EmptyDataFileClaimingFlowSets",
        [](const TemporaryDirectory& dir) {
-         writeFile(dir / "rec.info", goodInfoFile());
+         writeBytes(dir / "rec.info", goodInfoFile());
          writeDataFiles(dir, {6, 0});
        },
        LmRStatus::InvalidFile, kShort},
       // Flow set count × flow set size wraps around to 0 in 64 bits.
       {"FlowSetBytesOverflow",
        [](const TemporaryDirectory& dir) {
-         writeFile(dir / "rec.info", infoFileBytes(true, {8}, {0}, {std::uint64_t{1} << 61}, {}));
+         writeBytes(dir / "rec.info", infoFileBytes(true, {8}, {0}, {std::uint64_t{1} << 61}, {}));
          writeDataFiles(dir, {8});
        },
        LmRStatus::InvalidFile, kShort},
   };
 }
-
-void PrintTo(const CorruptRecording& recording, std::ostream* out) { *out << recording.name; }
 
 class CorruptRecordingTest : public ::testing::TestWithParam<CorruptRecording> {
  protected:
@@ -147,27 +129,8 @@ TEST(InfoFileTest, CutAfterAnyByteIsRefused) {
   const auto bytes = goodInfoFile();
   for (std::size_t cut = 0; cut < bytes.size(); ++cut) {
     SCOPED_TRACE(cut);
-    writeFile(dir / "rec.info", {bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(cut)});
+    writeBytes(dir / "rec.info", {bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(cut)});
     EXPECT_LMR_FAILURE(openRecording(dir), LmRStatus::InvalidFile, cut < 8 ? kInvalid : kCorrupted);
-  }
-}
-
-// Under the sanitizers this finds reads outside the file and allocations sized from bad counts.
-TEST(InfoFileTest, AnySingleByteDamageOpensOrFailsCleanly) {
-  TemporaryDirectory dir;
-  writeDataFiles(dir, {6, 12});
-  const auto good = goodInfoFile();
-  const std::set<std::string> expectedTexts = {kInvalid, kCorrupted, kShort, "CreateFileW failed"};
-  for (std::size_t position = 0; position < good.size(); ++position) {
-    for (const std::uint8_t value : {0x00, 0x03, 0x80, 0xFF}) {
-      auto bytes = good;
-      bytes[position] = value;
-      writeFile(dir / "rec.info", bytes);
-      if (openRecording(dir) != LmRStatus::Success) {
-        EXPECT_TRUE(expectedTexts.count(LmRGetLastErrorMessage()))
-            << "byte " << position << " = " << int{value} << ": " << LmRGetLastErrorMessage();
-      }
-    }
   }
 }
 
@@ -179,9 +142,9 @@ TEST(InfoFileTest, GoodRecordingsOpen) {
   infoFileOnly(bytes)(dir);
   EXPECT_EQ(openRecording(dir), LmRStatus::Success) << LmRGetLastErrorMessage();
   bytes.push_back(0x55);
-  writeFile(dir / "rec.info", bytes);
+  writeBytes(dir / "rec.info", bytes);
   EXPECT_EQ(openRecording(dir), LmRStatus::Success) << LmRGetLastErrorMessage();
-  writeFile(dir / "rec.info", infoFileBytes(false, kFlowSizes, {0}, {5}, kDescriptor));
+  writeBytes(dir / "rec.info", infoFileBytes(false, kFlowSizes, {0}, {5}, kDescriptor));
   writeDataFiles(dir, {1});
   EXPECT_EQ(openRecording(dir), LmRStatus::Success) << LmRGetLastErrorMessage();
 }
@@ -194,11 +157,11 @@ class FlowSetLocationTest : public ::testing::Test {
     std::vector<std::uint64_t> perFile;
     std::uint64_t first = 0;
     for (std::size_t i = 0; i < counts.size(); ++i) {
-      writeFile(dir / ("rec-00000" + std::to_string(i) + ".gdcs"), patternFlowSets(first, counts[i], 6));
+      writeBytes(dir / ("rec-00000" + std::to_string(i) + ".gdcs"), patternFlowSets(first, counts[i], 6));
       perFile.push_back(counts[i] * 6);
       first += counts[i];
     }
-    writeFile(dir / "rec.info", infoFileBytes(fixed, kFlowSizes, perFile, counts, kDescriptor));
+    writeBytes(dir / "rec.info", infoFileBytes(fixed, kFlowSizes, perFile, counts, kDescriptor));
     ASSERT_EQ(LmRCreateContainerReader((dir / "rec.info").c_str(), &reader), LmRStatus::Success)
         << LmRGetLastErrorMessage();
   }

@@ -4,11 +4,11 @@
 
 #include <cstdint>
 #include <filesystem>
-#include <fstream>
 #include <ostream>
 #include <string>
 #include <vector>
 
+#include "source/ImageFiles.h"
 #include "source/LmRApi.h"
 #include "support/ScopedEnvironment.h"
 
@@ -18,7 +18,9 @@ inline void PrintTo(LmRStatus status, std::ostream* out) { *out << static_cast<s
 // Files for the recording tests, made by the tests themselves.
 namespace lumo::mockTL::testing {
 
+using testing_support::readBytes;
 using testing_support::TemporaryDirectory;
+using testing_support::writeBytes;
 
 inline std::filesystem::path operator/(const TemporaryDirectory& directory, const std::string& name) {
   return directory.path() / name;
@@ -67,17 +69,6 @@ inline std::vector<std::uint8_t> infoFileBytes(bool fixed, const std::vector<std
       .u64(descriptor.size())
       .raw(descriptor)
       .bytes();
-}
-
-inline void writeFile(const std::filesystem::path& path, const std::vector<std::uint8_t>& bytes) {
-  std::ofstream file(path, std::ios::binary | std::ios::trunc);
-  file.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-  ASSERT_TRUE(file.good()) << path;
-}
-
-inline std::vector<std::uint8_t> readFile(const std::filesystem::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
 
 // The byte at `offset` of global flow set `flowSet` in the recordings the tests make: every flow

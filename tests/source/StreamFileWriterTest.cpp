@@ -37,9 +37,9 @@ TEST(StreamFileWriterTest, InfoFileHasTheExactLayoutAndReadsBack) {
     LmR::StreamFileWriter writer(dir / "rec.info", sizes, {9, 8, 7}, 2);
     for (std::uint64_t flowSet = 0; flowSet < 3; ++flowSet) append(writer, patternFlows(flowSet, sizes));
   }
-  EXPECT_EQ(readFile(dir / "rec.info"), infoFileBytes(true, sizes, {12, 6}, {2, 1}, {9, 8, 7}));
-  EXPECT_EQ(readFile(dir / "rec-000000.gdcs"), patternFlowSets(0, 2, 6));
-  EXPECT_EQ(readFile(dir / "rec-000001.gdcs"), patternFlowSets(2, 1, 6));
+  EXPECT_EQ(readBytes(dir / "rec.info"), infoFileBytes(true, sizes, {12, 6}, {2, 1}, {9, 8, 7}));
+  EXPECT_EQ(readBytes(dir / "rec-000000.gdcs"), patternFlowSets(0, 2, 6));
+  EXPECT_EQ(readBytes(dir / "rec-000001.gdcs"), patternFlowSets(2, 1, 6));
   EXPECT_FALSE(std::filesystem::exists(dir / "rec-000002.gdcs"));
 
   ContainerReader reader(dir / "rec.info");
@@ -69,7 +69,7 @@ TEST(StreamFileWriterTest, WrongShapedFlowSetIsRefusedAndLeavesTheRecordingIntac
   append(writer, patternFlows(1, {4, 2}));
   writer.finish();
   EXPECT_THROW(append(writer, patternFlows(2, {4, 2})), std::logic_error);
-  EXPECT_EQ(readFile(dir / "rec-000000.gdcs"), patternFlowSets(0, 2, 6));
+  EXPECT_EQ(readBytes(dir / "rec-000000.gdcs"), patternFlowSets(0, 2, 6));
 }
 
 TEST(StreamFileWriterTest, RefusesDataFilesWithoutFlowSetsAndOverflowingFlowSizes) {
@@ -82,6 +82,20 @@ TEST(StreamFileWriterTest, UnwritableDirectoryFailsAtTheFirstFlowSet) {
   TemporaryDirectory dir;
   LmR::StreamFileWriter writer(dir / "missing" / "rec.info", {1}, {}, 1);
   EXPECT_THROW(append(writer, patternFlows(0, {1})), std::runtime_error);
+}
+
+// The acquisition thread calls this once per frame: it must reuse its list, not build a new one.
+TEST(ContainerReaderTest, FlowsOfReusesOneListFrameAfterFrame) {
+  TemporaryDirectory dir;
+  writeBytes(dir / "rec.info", infoFileBytes(true, {4, 2}, {18}, {3}, {7}));
+  writeBytes(dir / "rec-000000.gdcs", patternFlowSets(0, 3, 6));
+  ContainerReader reader(dir / "rec.info");
+  const auto first = reader.flowsOf(1);
+  const auto second = reader.flowsOf(2);
+  EXPECT_EQ(first.data(), second.data());
+  ASSERT_EQ(second.size(), 2u);
+  EXPECT_EQ(second[1].data[0], patternByte(2, 4));
+  EXPECT_EQ(second[1].size, 2u);
 }
 
 TEST(DataFileNameTest, StemGetsANumberOfAtLeastSixDigits) {

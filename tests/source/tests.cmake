@@ -1,5 +1,4 @@
 list(APPEND LMMOCKTL_UNIT_TESTS
-  "${CMAKE_CURRENT_LIST_DIR}/ContainerReaderTest.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/GeneratedSourceTest.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/ImageDecodersTest.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/ImageFileSourceTest.cpp"

@@ -5,15 +5,16 @@
 
 #include <array>
 #include <cstdint>
-#include <cstring>
 #include <functional>
 #include <string>
 #include <vector>
 
+#include "support/LittleEndian.h"
 #include "support/StreamSession.h"
 
 namespace {
 
+using lumo::mockTL::GenDc::test::readField;
 using testing_support::eventually;
 using testing_support::ScopedVariable;
 using testing_support::StderrCapture;
@@ -22,12 +23,6 @@ using testing_support::TemporaryDirectory;
 
 // Pixel bytes the generator writes start after the timestamp in the first 8 bytes.
 constexpr size_t kTimestampBytes = 8;
-
-uint64_t littleEndian(const std::vector<uint8_t>& bytes, size_t offset, size_t count) {
-  uint64_t value = 0;
-  for (size_t i = 0; i < count; ++i) value |= uint64_t{bytes.at(offset + i)} << (8 * i);
-  return value;
-}
 
 class Acquisition : public StreamSession {
  protected:
@@ -39,9 +34,7 @@ class Acquisition : public StreamSession {
 
 TEST_F(Acquisition, ConsumerCycleDeliversDenseFrameIdsAndCountsEveryFrame) {
   const DS_HANDLE stream = openDeviceStream();
-  allocateBuffers(stream, 3);
-  const EVENT_HANDLE event = registerNewBuffer(stream);
-  ASSERT_EQ(start(stream, 6), GC_ERR_SUCCESS);
+  const EVENT_HANDLE event = startAcquisition(stream, 6);
   for (uint64_t frame = 0; frame < 6; ++frame) {
     const BUFFER_HANDLE buffer = nextBuffer(event);
     ASSERT_NE(buffer, nullptr);
@@ -85,9 +78,7 @@ TEST_F(Acquisition, StopFlagsOtherThanDefaultAndKillLeaveTheAcquisitionRunning) 
 
 TEST_F(Acquisition, RequeuingClearsTheFrameOfTheLastFill) {
   const DS_HANDLE stream = openDeviceStream();
-  allocateBuffers(stream, 3);
-  const EVENT_HANDLE event = registerNewBuffer(stream);
-  ASSERT_EQ(start(stream, 1), GC_ERR_SUCCESS);
+  const EVENT_HANDLE event = startAcquisition(stream, 1);
   const BUFFER_HANDLE buffer = nextBuffer(event);
   EXPECT_EQ(bufferInfo<uint64_t>(stream, buffer, BUFFER_INFO_FRAMEID), 0u);
   EXPECT_EQ(bufferInfo<bool8_t>(stream, buffer, BUFFER_INFO_IMAGEPRESENT), 1);
@@ -97,8 +88,6 @@ TEST_F(Acquisition, RequeuingClearsTheFrameOfTheLastFill) {
   size_t size = sizeof(frameId);
   EXPECT_EQ(gentl.DSGetBufferInfo(stream, buffer, BUFFER_INFO_FRAMEID, &type, &frameId, &size), GC_ERR_NOT_AVAILABLE);
   EXPECT_EQ(bufferInfo<bool8_t>(stream, buffer, BUFFER_INFO_IMAGEPRESENT), 0);
-  EXPECT_EQ(gentl.DSQueueBuffer(stream, buffer), GC_ERR_INVALID_BUFFER);
-  expectLastError(GC_ERR_INVALID_BUFFER, "Buffer is already queued");
 }
 
 // --- Delivered pixels, one stream per family of the image writers, shaped by a configuration file.
@@ -111,8 +100,6 @@ struct FamilyCase {
   // Checks the frame's bytes after the timestamp; returns the first offset that is wrong, or -1.
   std::function<long(const std::vector<uint8_t>&)> firstWrongByte;
 };
-
-void PrintTo(const FamilyCase& c, std::ostream* out) { *out << c.stream; }
 
 constexpr const char* kFamiliesConfiguration = R"({
   "Interfaces": [{"ID": "Bench", "Devices": [{"ID": "Cam", "Streams": [
@@ -169,9 +156,7 @@ TEST_P(PixelFamily, DeliversTheGeneratedImageBehindTheTimestamp) {
   const FamilyCase& family = GetParam();
   const DS_HANDLE stream = openDeviceStream(family.stream, "Bench", "Cam");
   ASSERT_EQ(payloadSize(stream), family.payload);
-  allocateBuffers(stream, 3);
-  const EVENT_HANDLE event = registerNewBuffer(stream);
-  ASSERT_EQ(start(stream, 2), GC_ERR_SUCCESS);
+  const EVENT_HANDLE event = startAcquisition(stream, 2);
   const BUFFER_HANDLE first = nextBuffer(event);
   const BUFFER_HANDLE second = nextBuffer(event);
   ASSERT_NE(second, nullptr);
@@ -184,13 +169,13 @@ TEST_P(PixelFamily, DeliversTheGeneratedImageBehindTheTimestamp) {
   const auto frame = bufferBytes(stream, first);
   ASSERT_EQ(frame.size(), family.payload);
   EXPECT_EQ(family.firstWrongByte(frame), -1);
-  EXPECT_EQ(littleEndian(frame, 0, kTimestampBytes), bufferInfo<uint64_t>(stream, first, BUFFER_INFO_TIMESTAMP));
+  EXPECT_EQ(readField(frame, 0, kTimestampBytes), bufferInfo<uint64_t>(stream, first, BUFFER_INFO_TIMESTAMP));
   EXPECT_EQ(bufferInfo<uint64_t>(stream, first, BUFFER_INFO_TIMESTAMP_NS),
             bufferInfo<uint64_t>(stream, first, BUFFER_INFO_TIMESTAMP));
   const auto next = bufferBytes(stream, second);
   EXPECT_TRUE(std::equal(frame.begin() + kTimestampBytes, frame.end(), next.begin() + kTimestampBytes))
       << "every frame of a generated stream is the same image";
-  EXPECT_GE(littleEndian(next, 0, kTimestampBytes), littleEndian(frame, 0, kTimestampBytes));
+  EXPECT_GE(readField(next, 0, kTimestampBytes), readField(frame, 0, kTimestampBytes));
   EXPECT_EQ(gentl.DSStopAcquisition(stream, ACQ_STOP_FLAGS_DEFAULT), GC_ERR_SUCCESS);
 }
 
@@ -206,9 +191,7 @@ INSTANTIATE_TEST_SUITE_P(OnePerFamily, PixelFamily,
 TEST_F(Acquisition, UnderrunWarnsOnStandardErrorAndRetriesTheSameFrame) {
   StderrCapture capture;
   const DS_HANDLE stream = openDeviceStream();
-  allocateBuffers(stream, 3);
-  const EVENT_HANDLE event = registerNewBuffer(stream);
-  ASSERT_EQ(start(stream, 5), GC_ERR_SUCCESS);
+  const EVENT_HANDLE event = startAcquisition(stream, 5);
   for (uint64_t frame = 0; frame < 3; ++frame) {
     EXPECT_EQ(bufferInfo<uint64_t>(stream, nextBuffer(event), BUFFER_INFO_FRAMEID), frame);
   }
@@ -292,9 +275,7 @@ TEST_F(Flush, AllToInputQueuesTheUnqueuedBuffersBehindTheQueuedOnes) {
 
 TEST_F(Flush, AllToInputStopsTheAcquisitionAndRequeuesDeliveredBuffers) {
   const DS_HANDLE stream = openDeviceStream();
-  allocateBuffers(stream, 3);
-  const EVENT_HANDLE event = registerNewBuffer(stream);
-  ASSERT_EQ(start(stream), GC_ERR_SUCCESS);
+  const EVENT_HANDLE event = startAcquisition(stream);
   ASSERT_NE(nextBuffer(event), nullptr);  // taken and kept by the consumer
   ASSERT_EQ(gentl.DSFlushQueue(stream, ACQ_QUEUE_ALL_TO_INPUT), GC_ERR_SUCCESS);
   EXPECT_FALSE(isGrabbing(stream));
@@ -323,7 +304,7 @@ TEST_F(Flush, UnqueuedToInputMarksOnlyTheFirstUnqueuedBufferAndRefuses) {
 TEST_F(Flush, AllDiscardStopsAndLeavesNoBufferQueuedAnywhere) {
   const DS_HANDLE stream = openDeviceStream();
   const auto buffers = allocateBuffers(stream, 3);
-  const EVENT_HANDLE event = registerNewBuffer(stream);
+  registerNewBuffer(stream);
   ASSERT_EQ(start(stream), GC_ERR_SUCCESS);
   ASSERT_TRUE(eventually([&] { return streamInfo<size_t>(stream, STREAM_INFO_NUM_AWAIT_DELIVERY) > 0; }));
   ASSERT_EQ(gentl.DSFlushQueue(stream, ACQ_QUEUE_ALL_DISCARD), GC_ERR_SUCCESS);
@@ -334,13 +315,6 @@ TEST_F(Flush, AllDiscardStopsAndLeavesNoBufferQueuedAnywhere) {
     EXPECT_FALSE(isQueued(stream, buffer));
     EXPECT_EQ(gentl.DSQueueBuffer(stream, buffer), GC_ERR_SUCCESS);
   }
-  static_cast<void>(event);
-}
-
-TEST_F(Flush, UndefinedModeIsRefused) {
-  const DS_HANDLE stream = openDeviceStream();
-  EXPECT_EQ(gentl.DSFlushQueue(stream, 5), GC_ERR_INVALID_PARAMETER);
-  expectLastError(GC_ERR_INVALID_PARAMETER, "acq queue type not defined");
 }
 
 // --- Announcing memory of the consumer's own. ---
@@ -450,9 +424,7 @@ TEST_F(Acquisition, CompositeBufferOfOneSegmentIsFilledLikeAPlainOne) {
 
 TEST_F(Acquisition, ClosingTheDeviceStopsItsGrabbingStreams) {
   const DS_HANDLE stream = openDeviceStream();
-  allocateBuffers(stream, 3);
-  const EVENT_HANDLE event = registerNewBuffer(stream);
-  ASSERT_EQ(start(stream), GC_ERR_SUCCESS);
+  const EVENT_HANDLE event = startAcquisition(stream);
   ASSERT_NE(nextBuffer(event), nullptr);
   ASSERT_EQ(gentl.DevClose(device), GC_ERR_SUCCESS);
   EXPECT_FALSE(isGrabbing(stream));

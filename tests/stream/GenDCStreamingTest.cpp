@@ -22,24 +22,13 @@ using lumo::mockTL::GenDc::test::readField;
 using testing_support::FlowSession;
 using testing_support::ScopedVariable;
 using testing_support::TemporaryDirectory;
+using namespace testing_support::camera;
 
 constexpr const char* kVgaStream = R"({
   "Interfaces": [{"ID": "Bench", "Devices": [{"ID": "Cam", "Streams": [
     {"ID": "Vga", "PixelFormat": "Mono8", "Width": 640, "Height": 480}]}]}]})";
 
 constexpr std::uint64_t kImageSize = 640 * 480;
-
-// Camera registers.
-constexpr std::uint64_t kGenDCStreamingMode = 0x30000;
-constexpr std::uint64_t kGenDCStreamingStatus = 0x30004;
-constexpr std::uint64_t kGenDCFlowMappingTableSize = 0x30008;
-constexpr std::uint64_t kGenDCDescriptorIsAvailable = 0x3000C;
-constexpr std::uint64_t kGenDCDescriptorSize = 0x30010;
-constexpr std::uint64_t kGenDCFlowMappingConfiguration = 0x30020;
-constexpr std::uint64_t kGenDCPartType = 0x30024;
-constexpr std::uint64_t kGenDCFlowMappingTable = 0x31000;
-constexpr std::uint64_t kGenDCDescriptor = 0x32000;
-constexpr std::uint64_t kTestGenDCImageCount = 0x40000;
 
 class GenDCStreaming : public FlowSession {
  protected:
@@ -48,9 +37,6 @@ class GenDCStreaming : public FlowSession {
     stream = openDeviceStream("Vga", "Bench", "Cam");
     openCamera();
   }
-
-  GC_ERROR write(std::uint64_t address, std::uint32_t value) { return writeCamera(address, value); }
-  std::uint32_t read(std::uint64_t address) { return readCamera(address); }
 
   TemporaryDirectory directory;
   ScopedVariable config{"LMMOCKTL_CONFIG", directory.write("vga.json", kVgaStream).string()};
@@ -78,10 +64,10 @@ long firstWrongRampByte(std::span<const std::uint8_t> part) {
 
 TEST_P(GenDCContainer, DeliversWhatFlowsTableAndDescriptorAnnounce) {
   const ContainerCase& c = GetParam();
-  ASSERT_EQ(write(kTestGenDCImageCount, c.imageCount), GC_ERR_SUCCESS);
-  ASSERT_EQ(write(kGenDCFlowMappingConfiguration, c.flowMapping), GC_ERR_SUCCESS);
-  ASSERT_EQ(write(kGenDCPartType, c.partType), GC_ERR_SUCCESS);
-  ASSERT_EQ(write(kGenDCStreamingMode, 1), GC_ERR_SUCCESS);
+  ASSERT_EQ(writeCamera(kTestGenDCImageCount, c.imageCount), GC_ERR_SUCCESS);
+  ASSERT_EQ(writeCamera(kGenDCFlowMappingConfiguration, c.flowMapping), GC_ERR_SUCCESS);
+  ASSERT_EQ(writeCamera(kGenDCPartType, c.partType), GC_ERR_SUCCESS);
+  ASSERT_EQ(writeCamera(kGenDCStreamingMode, 1), GC_ERR_SUCCESS);
 
   // What the stream announces.
   const std::uint64_t total = std::accumulate(c.flowSizes.begin(), c.flowSizes.end(), std::uint64_t{0});
@@ -97,10 +83,10 @@ TEST_P(GenDCContainer, DeliversWhatFlowsTableAndDescriptorAnnounce) {
   ASSERT_EQ(prefetch.size(), c.descriptorSize);
 
   // The camera reports the same through its GenDC features.
-  EXPECT_EQ(read(kGenDCStreamingStatus), 1u);
-  EXPECT_EQ(read(kGenDCFlowMappingTableSize), table.size());
-  EXPECT_EQ(read(kGenDCDescriptorIsAvailable), 1u);
-  EXPECT_EQ(read(kGenDCDescriptorSize), c.descriptorSize);
+  EXPECT_EQ(readCamera(kGenDCStreamingStatus), 1u);
+  EXPECT_EQ(readCamera(kGenDCFlowMappingTableSize), table.size());
+  EXPECT_EQ(readCamera(kGenDCDescriptorIsAvailable), 1u);
+  EXPECT_EQ(readCamera(kGenDCDescriptorSize), c.descriptorSize);
   const auto tableRegister = readCameraBytes(kGenDCFlowMappingTable, 1024);
   EXPECT_TRUE(std::equal(table.begin(), table.end(), tableRegister.begin()));
   EXPECT_EQ(tableRegister[table.size()], 0xEE) << "the register read writes the table and nothing behind it";
@@ -178,38 +164,38 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& info) { return std::string(info.param.name); });
 
 TEST_F(GenDCStreaming, SwitchedOffAgainReportsAPlainImageStream) {
-  ASSERT_EQ(write(kGenDCFlowMappingConfiguration, 1), GC_ERR_SUCCESS);
-  ASSERT_EQ(write(kGenDCStreamingMode, 1), GC_ERR_SUCCESS);
+  ASSERT_EQ(writeCamera(kGenDCFlowMappingConfiguration, 1), GC_ERR_SUCCESS);
+  ASSERT_EQ(writeCamera(kGenDCStreamingMode, 1), GC_ERR_SUCCESS);
   ASSERT_EQ(flowSizes(stream).size(), 2u);
-  ASSERT_EQ(write(kGenDCStreamingMode, 0), GC_ERR_SUCCESS);
+  ASSERT_EQ(writeCamera(kGenDCStreamingMode, 0), GC_ERR_SUCCESS);
   EXPECT_EQ(flowSizes(stream), std::vector<std::uint64_t>{kImageSize});
   EXPECT_EQ(payloadSize(stream), kImageSize);
-  EXPECT_EQ(read(kGenDCStreamingStatus), 0u);
-  EXPECT_EQ(read(kGenDCFlowMappingTableSize), 0u);
-  EXPECT_EQ(read(kGenDCDescriptorSize), 0u);
+  EXPECT_EQ(readCamera(kGenDCStreamingStatus), 0u);
+  EXPECT_EQ(readCamera(kGenDCFlowMappingTableSize), 0u);
+  EXPECT_EQ(readCamera(kGenDCDescriptorSize), 0u);
   INFO_DATATYPE type = 0;
   size_t size = 0;
   EXPECT_EQ(gentl.DSGetInfo(stream, STREAM_INFO_FLOW_TABLE, &type, nullptr, &size), GC_ERR_NO_DATA);
 }
 
 TEST_F(GenDCStreaming, SettingsNoContainerCanDescribeAreRefusedAndChangeNothing) {
-  ASSERT_EQ(write(kGenDCStreamingMode, 1), GC_ERR_SUCCESS);
-  EXPECT_NE(write(kTestGenDCImageCount, 3), GC_ERR_SUCCESS);
-  EXPECT_EQ(read(kTestGenDCImageCount), 1u);
+  ASSERT_EQ(writeCamera(kGenDCStreamingMode, 1), GC_ERR_SUCCESS);
+  EXPECT_NE(writeCamera(kTestGenDCImageCount, 3), GC_ERR_SUCCESS);
+  EXPECT_EQ(readCamera(kTestGenDCImageCount), 1u);
   EXPECT_EQ(payloadSize(stream), 176 + kImageSize);
   // Stored while GenDC streaming is off, refused when it is switched on.
-  ASSERT_EQ(write(kGenDCStreamingMode, 0), GC_ERR_SUCCESS);
-  ASSERT_EQ(write(kTestGenDCImageCount, 0), GC_ERR_SUCCESS);
-  EXPECT_NE(write(kGenDCStreamingMode, 1), GC_ERR_SUCCESS);
-  EXPECT_EQ(read(kGenDCStreamingMode), 0u);
+  ASSERT_EQ(writeCamera(kGenDCStreamingMode, 0), GC_ERR_SUCCESS);
+  ASSERT_EQ(writeCamera(kTestGenDCImageCount, 0), GC_ERR_SUCCESS);
+  EXPECT_NE(writeCamera(kGenDCStreamingMode, 1), GC_ERR_SUCCESS);
+  EXPECT_EQ(readCamera(kGenDCStreamingMode), 0u);
   EXPECT_EQ(payloadSize(stream), kImageSize);
 }
 
 // Consumers ask the size first; one that does not must get the first bytes, never a write past its
 // buffer (the sanitizer runs watch this), and the full size back.
 TEST_F(GenDCStreaming, ShortReadsOfTableAndDescriptorGetTheirFirstBytesOnly) {
-  ASSERT_EQ(write(kGenDCFlowMappingConfiguration, 1), GC_ERR_SUCCESS);
-  ASSERT_EQ(write(kGenDCStreamingMode, 1), GC_ERR_SUCCESS);
+  ASSERT_EQ(writeCamera(kGenDCFlowMappingConfiguration, 1), GC_ERR_SUCCESS);
+  ASSERT_EQ(writeCamera(kGenDCStreamingMode, 1), GC_ERR_SUCCESS);
   for (const STREAM_INFO_CMD command : {STREAM_INFO_FLOW_TABLE, STREAM_INFO_GENDC_PREFETCH_DESCRIPTOR}) {
     SCOPED_TRACE("command " + std::to_string(command));
     const auto whole = streamBytes(stream, command);
@@ -227,14 +213,9 @@ TEST_F(GenDCStreaming, ShortReadsOfTableAndDescriptorGetTheirFirstBytesOnly) {
 }
 
 TEST_F(GenDCStreaming, BufferTooSmallForTheContainerIsReportedAndStillDelivered) {
-  ASSERT_EQ(write(kGenDCStreamingMode, 1), GC_ERR_SUCCESS);
-  std::vector<BUFFER_HANDLE> buffers(3);
-  for (auto& buffer : buffers) {
-    ASSERT_EQ(gentl.DSAllocAndAnnounceBuffer(stream, kImageSize, nullptr, &buffer), GC_ERR_SUCCESS);
-    ASSERT_EQ(gentl.DSQueueBuffer(stream, buffer), GC_ERR_SUCCESS);
-  }
-  EVENT_HANDLE errors = nullptr;
-  ASSERT_EQ(gentl.GCRegisterEvent(stream, EVENT_ERROR, &errors), GC_ERR_SUCCESS);
+  ASSERT_EQ(writeCamera(kGenDCStreamingMode, 1), GC_ERR_SUCCESS);
+  allocateBuffers(stream, 3, true, kImageSize);
+  const EVENT_HANDLE errors = registerErrorEvent(stream);
   const EVENT_HANDLE event = registerNewBuffer(stream);
   ASSERT_EQ(gentl.DSStartAcquisition(stream, ACQ_START_FLAGS_DEFAULT, 1), GC_ERR_SUCCESS);
   const BUFFER_HANDLE delivered = nextBuffer(event);

@@ -6,7 +6,6 @@
 #include <functional>
 #include <memory>
 #include <optional>
-#include <ostream>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -16,6 +15,7 @@
 #include "source/Pfnc.h"
 #include "source/PixelFormatLayout.h"
 #include "stream/ImageTransfer.h"
+#include "support/ExpectThrowMessage.h"
 #include "support/PrintImageGeometry.h"
 #include "support/StaleBuffer.h"
 
@@ -70,8 +70,6 @@ struct SingleCase {
   unsigned expectedShift;
 };
 
-void PrintTo(const SingleCase& c, std::ostream* out) { *out << c.name; }
-
 class CopiedSinglePlane : public testing::TestWithParam<SingleCase> {};
 
 TEST_P(CopiedSinglePlane, EveryPixelComesFromTheImagesFirstPlane) {
@@ -107,8 +105,6 @@ struct ColourCase {
   std::uint32_t imageWidth;
   Arrangement arrangement;
 };
-
-void PrintTo(const ColourCase& c, std::ostream* out) { *out << c.name; }
 
 class CopiedColour : public testing::TestWithParam<ColourCase> {};
 
@@ -193,8 +189,6 @@ struct FailureCase {
   const char* message;
 };
 
-void PrintTo(const FailureCase& c, std::ostream* out) { *out << c.name; }
-
 class UnreadableImage : public testing::TestWithParam<FailureCase> {};
 
 TEST_P(UnreadableImage, FailsWithItsReasonAndWritesNothing) {
@@ -203,12 +197,7 @@ TEST_P(UnreadableImage, FailsWithItsReasonAndWritesNothing) {
   const auto image = c.image();
   std::vector<std::byte> buffer = staleBuffer(static_cast<std::size_t>(geometry.payloadSize()));
   GeneratedSource generated;
-  try {
-    writeImageData(geometry, buffer, image.get(), generated);
-    FAIL() << "nothing thrown";
-  } catch (const std::runtime_error& failure) {
-    EXPECT_STREQ(failure.what(), c.message);
-  }
+  EXPECT_THROW_MESSAGE(writeImageData(geometry, buffer, image.get(), generated), std::runtime_error, c.message);
   EXPECT_EQ(buffer, staleBuffer(buffer.size()));
 }
 

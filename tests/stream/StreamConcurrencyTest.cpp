@@ -8,63 +8,42 @@
 #include <atomic>
 #include <chrono>
 #include <cstdint>
-#include <initializer_list>
-#include <mutex>
-#include <string>
 #include <thread>
 #include <vector>
 
-#include "support/StreamSession.h"
+#include "support/CallLog.h"
+#include "support/FlowSession.h"
 
 namespace {
 
+using testing_support::FlowSession;
 using testing_support::ScopedVariable;
-using testing_support::StreamSession;
 using testing_support::TemporaryDirectory;
+using namespace testing_support::camera;
 
 constexpr const char* kSmallStream = R"({
   "Interfaces": [{"ID": "Bench", "Devices": [{"ID": "Cam", "Streams": [
     {"ID": "Small", "PixelFormat": "Mono8", "Width": 64, "Height": 32}]}]}]})";
 
-class StreamConcurrency : public StreamSession {
+class StreamConcurrency : public FlowSession {
  protected:
   void SetUp() override {
-    StreamSession::SetUp();
+    FlowSession::SetUp();
     stream = openDeviceStream("Small", "Bench", "Cam");
-  }
-
-  // Records a result that is none of `allowed`.
-  void expectOneOf(const char* call, GC_ERROR result, std::initializer_list<GC_ERROR> allowed) {
-    for (GC_ERROR code : allowed) {
-      if (result == code) return;
-    }
-    std::lock_guard lock(mutex);
-    unexpected.push_back(std::string(call) + " returned " + std::to_string(result));
+    openCamera();
   }
 
   TemporaryDirectory directory;
   ScopedVariable config{"LMMOCKTL_CONFIG", directory.write("small.json", kSmallStream).string()};
   DS_HANDLE stream = nullptr;
-  std::mutex mutex;
-  std::vector<std::string> unexpected;
+  testing_support::CallLog log;
 };
 
 // GenDC settings are the consumer's to change while frames are built from them: every frame sees
 // one consistent layout, and the flow queries never see half of one.
 TEST_F(StreamConcurrency, GenDCSettingsChangeWhileFramesAreBuiltFromThem) {
-  PORT_HANDLE camera = nullptr;
-  ASSERT_EQ(gentl.DevGetPort(device, &camera), GC_ERR_SUCCESS);
-  const auto writeCamera = [&](std::uint64_t address, std::uint32_t value) {
-    size_t size = sizeof(value);
-    expectOneOf("GCWritePort", gentl.GCWritePort(camera, address, &value, &size), {GC_ERR_SUCCESS});
-  };
-  writeCamera(0x60, 1000000);  // a frame every millisecond
   // Room for the largest container of this stream: two 64 x 32 Mono8 images behind 296 bytes.
-  std::vector<BUFFER_HANDLE> buffers(4);
-  for (auto& buffer : buffers) {
-    ASSERT_EQ(gentl.DSAllocAndAnnounceBuffer(stream, 296 + 2 * 64 * 32, nullptr, &buffer), GC_ERR_SUCCESS);
-    ASSERT_EQ(gentl.DSQueueBuffer(stream, buffer), GC_ERR_SUCCESS);
-  }
+  allocateBuffers(stream, 4, true, 296 + 2 * 64 * 32);
   const EVENT_HANDLE event = registerNewBuffer(stream);
   ASSERT_EQ(gentl.DSStartAcquisition(stream, ACQ_START_FLAGS_DEFAULT, GENTL_INFINITE), GC_ERR_SUCCESS);
   std::atomic<bool> done{false};
@@ -74,39 +53,41 @@ TEST_F(StreamConcurrency, GenDCSettingsChangeWhileFramesAreBuiltFromThem) {
       EVENT_NEW_BUFFER_DATA data{};
       size_t size = sizeof(data);
       if (gentl.EventGetData(event, &data, &size, 50) != GC_ERR_SUCCESS) continue;
-      expectOneOf("DSQueueBuffer", gentl.DSQueueBuffer(stream, data.BufferHandle), {GC_ERR_SUCCESS});
+      log.expectOneOf("DSQueueBuffer", gentl.DSQueueBuffer(stream, data.BufferHandle), {GC_ERR_SUCCESS});
     }
   });
   threads.emplace_back([&] {
     for (std::uint32_t round = 0; !done; ++round) {
-      writeCamera(0x30000, round % 3 != 0);      // GenDCStreamingMode
-      writeCamera(0x30020, round % 2);           // GenDCFlowMappingConfiguration
-      writeCamera(0x40000, 1 + round % 2);       // TestGenDCImageCount
-      writeCamera(0x30024, 0x4200 + round % 2);  // GenDCPartType
+      for (const auto& [address, value] : {std::pair{kGenDCStreamingMode, std::uint32_t{round % 3 != 0}},
+                                           {kGenDCFlowMappingConfiguration, round % 2},
+                                           {kTestGenDCImageCount, 1 + round % 2},
+                                           {kGenDCPartType, 0x4200 + round % 2}}) {
+        log.expectOneOf("GCWritePort", writeCamera(address, value), {GC_ERR_SUCCESS});
+      }
     }
   });
   threads.emplace_back([&] {
     while (!done) {
       uint32_t flows = 0;
-      expectOneOf("DSGetNumFlows", gentl.DSGetNumFlows(stream, &flows), {GC_ERR_SUCCESS});
+      log.expectOneOf("DSGetNumFlows", gentl.DSGetNumFlows(stream, &flows), {GC_ERR_SUCCESS});
       std::vector<std::uint8_t> bytes(1024);
       for (STREAM_INFO_CMD command : {STREAM_INFO_FLOW_TABLE, STREAM_INFO_GENDC_PREFETCH_DESCRIPTOR}) {
         INFO_DATATYPE type = 0;
         size_t size = bytes.size();
-        expectOneOf("DSGetInfo", gentl.DSGetInfo(stream, command, &type, bytes.data(), &size),
-                    {GC_ERR_SUCCESS, GC_ERR_NO_DATA});
+        log.expectOneOf("DSGetInfo", gentl.DSGetInfo(stream, command, &type, bytes.data(), &size),
+                        {GC_ERR_SUCCESS, GC_ERR_NO_DATA});
       }
       size_t flowSize = 0;
       size_t size = sizeof(flowSize);
       INFO_DATATYPE type = 0;
-      expectOneOf("DSGetFlowInfo", gentl.DSGetFlowInfo(stream, 0, FLOW_INFO_SIZE, &type, &flowSize, &size),
-                  {GC_ERR_SUCCESS});
+      log.expectOneOf("DSGetFlowInfo", gentl.DSGetFlowInfo(stream, 0, FLOW_INFO_SIZE, &type, &flowSize, &size),
+                      {GC_ERR_SUCCESS});
     }
   });
   std::this_thread::sleep_for(std::chrono::milliseconds(1000));
   done = true;
   for (auto& thread : threads) thread.join();
-  EXPECT_TRUE(unexpected.empty()) << unexpected.front();
+  EXPECT_EQ(log.report(), "");
   EXPECT_EQ(gentl.DSStopAcquisition(stream, ACQ_STOP_FLAGS_DEFAULT), GC_ERR_SUCCESS);
 }
 
@@ -118,12 +99,12 @@ TEST_F(StreamConcurrency, SameMemoryAnnouncedFromManyThreadsMakesOneBuffer) {
     threads.emplace_back([&] {
       BUFFER_HANDLE buffer = nullptr;
       const GC_ERROR result = gentl.DSAnnounceBuffer(stream, memory.data(), memory.size(), nullptr, &buffer);
-      expectOneOf("DSAnnounceBuffer", result, {GC_ERR_SUCCESS, GC_ERR_RESOURCE_IN_USE});
+      log.expectOneOf("DSAnnounceBuffer", result, {GC_ERR_SUCCESS, GC_ERR_RESOURCE_IN_USE});
       if (result == GC_ERR_SUCCESS) ++announced;
     });
   }
   for (auto& thread : threads) thread.join();
-  EXPECT_TRUE(unexpected.empty()) << unexpected.front();
+  EXPECT_EQ(log.report(), "");
   EXPECT_EQ(announced.load(), 1);
   EXPECT_EQ(streamInfo<size_t>(stream, STREAM_INFO_NUM_ANNOUNCED), 1u);
 }
@@ -133,15 +114,15 @@ TEST_F(StreamConcurrency, StopAndDeviceCloseAtOnceBothComplete) {
   for (int round = 0; round < 5; ++round) {
     ASSERT_EQ(gentl.DSStartAcquisition(stream, ACQ_START_FLAGS_DEFAULT, GENTL_INFINITE), GC_ERR_SUCCESS);
     std::thread stopper([&] {
-      expectOneOf("DSStopAcquisition", gentl.DSStopAcquisition(stream, ACQ_STOP_FLAGS_KILL),
-                  {GC_ERR_SUCCESS, GC_ERR_RESOURCE_IN_USE});
+      log.expectOneOf("DSStopAcquisition", gentl.DSStopAcquisition(stream, ACQ_STOP_FLAGS_KILL),
+                      {GC_ERR_SUCCESS, GC_ERR_RESOURCE_IN_USE});
     });
     EXPECT_EQ(gentl.DevClose(device), GC_ERR_SUCCESS);
     stopper.join();
     EXPECT_EQ(streamInfo<bool8_t>(stream, STREAM_INFO_IS_GRABBING), 0);
     ASSERT_EQ(gentl.IFOpenDevice(iface, "Cam", DEVICE_ACCESS_EXCLUSIVE, &device), GC_ERR_SUCCESS);
   }
-  EXPECT_TRUE(unexpected.empty()) << unexpected.front();
+  EXPECT_EQ(log.report(), "");
 }
 
 }  // namespace

@@ -2,7 +2,6 @@
 // message, as a consumer meets them through the built LmMockTL.cti.
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <string>
 
 #include "support/ExportCheckTable.h"
@@ -11,6 +10,9 @@
 namespace {
 
 using testing_support::GenTLExports;
+using testing_support::kHandle;
+using testing_support::kParameter;
+using testing_support::kUnknown;
 using testing_support::StreamSession;
 
 // MyStream0 open with three allocated buffers, and MyStream1 open with one of its own.
@@ -37,13 +39,7 @@ struct Scratch {
   DS_BUFFER_INFO_STACKED stacked{BUFFER_INFO_WIDTH, 0, &value, sizeof(value), 0};
 };
 
-// An address that was never handed out by the producer.
-void* const kUnknown = testing_support::kUnknownHandle;
-
 using CheckCase = testing_support::ExportCheck<Handles, Scratch>;
-
-constexpr GC_ERROR kHandle = GC_ERR_INVALID_HANDLE;
-constexpr GC_ERROR kParameter = GC_ERR_INVALID_PARAMETER;
 
 class StreamExportChecks : public StreamSession, public ::testing::WithParamInterface<CheckCase> {
  protected:
@@ -142,6 +138,7 @@ INSTANTIATE_TEST_SUITE_P(
                    gentl.DSQueueBuffer(h.stream, h.buffer)),
         CHECK_CASE("FlushNull", kHandle, "invalid handle", gentl.DSFlushQueue(nullptr, ACQ_QUEUE_ALL_DISCARD)),
         CHECK_CASE("FlushUnknown", kHandle, "invalid handle", gentl.DSFlushQueue(kUnknown, ACQ_QUEUE_ALL_DISCARD)),
+        CHECK_CASE("FlushUndefinedMode", kParameter, "acq queue type not defined", gentl.DSFlushQueue(h.stream, 5)),
         CHECK_CASE("GetBufferIDNull", kHandle, "invalid handle", gentl.DSGetBufferID(nullptr, 0, &s.buffer)),
         CHECK_CASE("GetBufferIDUnknown", kHandle, "handle is unknown", gentl.DSGetBufferID(kUnknown, 0, &s.buffer)),
         CHECK_CASE("GetBufferIDDeviceHandle", kHandle, "invalid handle after cast",

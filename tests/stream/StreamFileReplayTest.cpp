@@ -27,18 +27,10 @@ using lumo::mockTL::LmR::StreamFileWriter;
 using testing_support::FlowSession;
 using testing_support::ScopedVariable;
 using testing_support::TemporaryDirectory;
+using namespace testing_support::camera;
 
 const std::vector<std::uint64_t> kFlowSizes = {32, 1000, 500};
 constexpr std::uint64_t kFlowSets = 5;
-
-// Camera registers.
-constexpr std::uint64_t kGenDCStreamingStatus = 0x30004;
-constexpr std::uint64_t kGenDCDescriptorSize = 0x30010;
-constexpr std::uint64_t kStreamingDataSource = 0x30028;
-constexpr std::uint64_t kStreamFileStartFrameId = 0x3002C;
-constexpr std::uint64_t kStreamFileMaxFrameId = 0x30034;
-constexpr std::uint64_t kGenDCFlowMappingTable = 0x31000;
-constexpr std::uint64_t kGenDCDescriptor = 0x32000;
 
 // Byte `offset` of flow `flow` of flow set `set`: every flow of every set differs from the others.
 std::uint8_t recordedByte(std::uint64_t set, std::uint64_t flow, std::uint64_t offset) {
@@ -157,8 +149,7 @@ TEST_F(StreamFileReplay, FlowLargerThanItsSegmentIsReportedAfterTheEarlierFlowsW
   configure(record());
   const DS_HANDLE stream = openReplay();
   announceComposite(stream, {40, 999, 500}, 3);
-  EVENT_HANDLE errors = nullptr;
-  ASSERT_EQ(gentl.GCRegisterEvent(stream, EVENT_ERROR, &errors), GC_ERR_SUCCESS);
+  const EVENT_HANDLE errors = registerErrorEvent(stream);
   const EVENT_HANDLE event = registerNewBuffer(stream);
   ASSERT_EQ(gentl.DSStartAcquisition(stream, ACQ_START_FLAGS_DEFAULT, 1), GC_ERR_SUCCESS);
   const BUFFER_HANDLE buffer = nextBuffer(event);
@@ -180,8 +171,7 @@ TEST_F(StreamFileReplay, DynamicFlowSizesOpenButEveryFrameReportsThem) {
   configure(info);
   const DS_HANDLE stream = openReplay();
   announceComposite(stream, kFlowSizes, 3);
-  EVENT_HANDLE errors = nullptr;
-  ASSERT_EQ(gentl.GCRegisterEvent(stream, EVENT_ERROR, &errors), GC_ERR_SUCCESS);
+  const EVENT_HANDLE errors = registerErrorEvent(stream);
   const EVENT_HANDLE event = registerNewBuffer(stream);
   ASSERT_EQ(gentl.DSStartAcquisition(stream, ACQ_START_FLAGS_DEFAULT, 1), GC_ERR_SUCCESS);
   ASSERT_NE(nextBuffer(event), nullptr);
@@ -249,9 +239,7 @@ TEST_P(BrokenStreamFile, FailsTheStreamsOpenWithTheRecordingsText) {
   GetParam().damage(info);
   configure(info);
   system = openSystem();
-  iface = openInterface(system, "Bench");
-  ASSERT_EQ(gentl.IFUpdateDeviceList(iface, nullptr, 0), GC_ERR_SUCCESS) << producer.lastError().second;
-  device = openDevice(iface, "Cam");
+  device = openDevice(openInterface(system, "Bench"), "Cam");
   DS_HANDLE stream = nullptr;
   EXPECT_EQ(gentl.DevOpenDataStream(device, "Replay", &stream), GetParam().code);
   expectLastError(GetParam().code, GetParam().message);

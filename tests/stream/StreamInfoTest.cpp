@@ -69,8 +69,6 @@ struct Refused {
   const char* message;
 };
 
-void PrintTo(const Refused& c, std::ostream* out) { *out << c.name; }
-
 class InfoRefusal : public StreamSession, public ::testing::WithParamInterface<Refused> {};
 
 TEST_P(InfoRefusal, FailsWithItsCodeAndMessage) {

@@ -137,32 +137,19 @@ class DeliveryAccounting : public StressRig, public ::testing::WithParamInterfac
           counter(rig.stream, command, &result);
           log.expectOneOf("DSGetInfo", result, {GC_ERR_SUCCESS});
         }
-        std::uint32_t value = 0;
-        size_t size = sizeof(value);
-        log.expectOneOf("GCReadPort stream", gentl.GCReadPort(rig.stream, stress::kStreamQueuedRegister, &value, &size),
-                        {GC_ERR_SUCCESS});
-        size = sizeof(value);
-        log.expectOneOf("GCReadPort device",
-                        gentl.GCReadPort(rig.device, stress::kDeviceStreamCountRegister, &value, &size),
-                        {GC_ERR_SUCCESS});
-        size = sizeof(value);
-        log.expectOneOf("GCReadPort remote device",
-                        gentl.GCReadPort(rig.remote, stress::kRemoteSleepBetweenFrames, &value, &size),
-                        {GC_ERR_SUCCESS});
+        readModulePorts(rig, {GC_ERR_SUCCESS});
         for (BUFFER_HANDLE buffer : rig.buffers) {
-          size = sizeof(value);
-          log.expectOneOf("GCReadPort buffer", gentl.GCReadPort(buffer, stress::kBufferIsQueuedRegister, &value, &size),
-                          {GC_ERR_SUCCESS});
+          readPort("GCReadPort buffer", buffer, stress::kBufferIsQueuedRegister, {GC_ERR_SUCCESS});
           std::uint64_t timestamp = 0;
           INFO_DATATYPE type = 0;
-          size = sizeof(timestamp);
+          size_t size = sizeof(timestamp);
           log.expectOneOf("DSGetBufferInfo",
                           gentl.DSGetBufferInfo(rig.stream, buffer, BUFFER_INFO_TIMESTAMP, &type, &timestamp, &size),
                           {GC_ERR_SUCCESS});
         }
         std::uint64_t inQueue = 0;
         INFO_DATATYPE type = 0;
-        size = sizeof(inQueue);
+        size_t size = sizeof(inQueue);
         log.expectOneOf("EventGetInfo", gentl.EventGetInfo(rig.event, EVENT_NUM_IN_QUEUE, &type, &inQueue, &size),
                         {GC_ERR_SUCCESS});
       }

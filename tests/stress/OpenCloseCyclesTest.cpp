@@ -47,16 +47,8 @@ MemoryUse memoryUse() {
 class OpenCloseCycles : public StressRig {
  protected:
   void cycle(int number) {
-    TL_HANDLE tl = nullptr;
-    ASSERT_EQ(gentl.TLOpen(&tl), GC_ERR_SUCCESS);
-    ASSERT_EQ(gentl.TLUpdateInterfaceList(tl, nullptr, 0), GC_ERR_SUCCESS);
-    IF_HANDLE rigInterface = nullptr;
-    ASSERT_EQ(gentl.TLOpenInterface(tl, "Rig", &rigInterface), GC_ERR_SUCCESS);
-    ASSERT_EQ(gentl.IFUpdateDeviceList(rigInterface, nullptr, 0), GC_ERR_SUCCESS);
-    DEV_HANDLE camera = nullptr;
-    ASSERT_EQ(gentl.IFOpenDevice(rigInterface, "Cam0", DEVICE_ACCESS_EXCLUSIVE, &camera), GC_ERR_SUCCESS);
-    DS_HANDLE stream = nullptr;
-    ASSERT_EQ(gentl.DevOpenDataStream(camera, "A", &stream), GC_ERR_SUCCESS);
+    const DS_HANDLE stream = openDeviceStream("A", "Rig", "Cam0");
+    ASSERT_NE(stream, nullptr) << producer.lastError().second;
 
     const size_t payload = payloadSize(stream);
     // Odd cycles bring their own memory, even ones let the producer allocate it.
@@ -82,9 +74,9 @@ class OpenCloseCycles : public StressRig {
       }
       ASSERT_EQ(gentl.GCUnregisterEvent(stream, EVENT_NEW_BUFFER), GC_ERR_SUCCESS);
       ASSERT_EQ(gentl.DSClose(stream), GC_ERR_SUCCESS);
-      ASSERT_EQ(gentl.DevClose(camera), GC_ERR_SUCCESS);
-      ASSERT_EQ(gentl.IFClose(rigInterface), GC_ERR_SUCCESS);
-      ASSERT_EQ(gentl.TLClose(tl), GC_ERR_SUCCESS);
+      ASSERT_EQ(gentl.DevClose(device), GC_ERR_SUCCESS);
+      ASSERT_EQ(gentl.IFClose(iface), GC_ERR_SUCCESS);
+      ASSERT_EQ(gentl.TLClose(system), GC_ERR_SUCCESS);
     }
     // The modules are opened once per tree: the next cycle needs a new one. The library stops
     // whatever still grabs; the consumer's memory must outlive the acquisition.

@@ -30,6 +30,7 @@ namespace {
 using namespace std::chrono_literals;
 using stress::RigStream;
 using stress::StressRig;
+namespace camera = testing_support::camera;
 
 constexpr int kBuffersPerStream = 6;
 constexpr int kConsumersPerStream = 3;
@@ -80,11 +81,8 @@ class StreamHammer : public StressRig, public ::testing::WithParamInterface<int>
                       gentl.DSGetBufferInfo(rig.stream, data.BufferHandle, BUFFER_INFO_FRAMEID, &type, &frameId, &size),
                       {GC_ERR_SUCCESS, GC_ERR_NOT_AVAILABLE, GC_ERR_INVALID_HANDLE});
       // Its port too, which the churner may be destroying meanwhile.
-      std::uint32_t flag = 0;
-      size = sizeof(flag);
-      log.expectOneOf("GCReadPort buffer",
-                      gentl.GCReadPort(data.BufferHandle, stress::kBufferIsQueuedRegister, &flag, &size),
-                      {GC_ERR_SUCCESS, GC_ERR_INVALID_HANDLE});
+      readPort("GCReadPort buffer", data.BufferHandle, stress::kBufferIsQueuedRegister,
+               {GC_ERR_SUCCESS, GC_ERR_INVALID_HANDLE});
       // A controller may have queued it again meanwhile, or the churner revoked it.
       log.expectOneOf("DSQueueBuffer", gentl.DSQueueBuffer(rig.stream, data.BufferHandle),
                       {GC_ERR_SUCCESS, GC_ERR_INVALID_BUFFER, GC_ERR_INVALID_HANDLE});
@@ -148,13 +146,14 @@ class StreamHammer : public StressRig, public ::testing::WithParamInterface<int>
     static constexpr std::uint32_t kHeights[] = {8, 32, 64};
     static constexpr std::uint32_t kFormats[] = {kMono8, kMono16, kRgb8, kMono8, kMono16};
     for (std::uint32_t round = 0; !done; ++round) {
-      log.expectOneOf("GCWritePort SourceSelector", writeRegister(rig.remote, 0x200, round % 2), {GC_ERR_SUCCESS});
-      log.expectOneOf("GCWritePort Width", writeRegister(rig.remote, stress::kRemoteWidth, kWidths[round % 4]),
+      log.expectOneOf("GCWritePort SourceSelector", writeRegister(rig.remote, camera::kSourceSelector, round % 2),
                       {GC_ERR_SUCCESS});
-      log.expectOneOf("GCWritePort Height", writeRegister(rig.remote, stress::kRemoteHeight, kHeights[round % 3]),
+      log.expectOneOf("GCWritePort Width", writeRegister(rig.remote, camera::kWidth, kWidths[round % 4]),
                       {GC_ERR_SUCCESS});
-      log.expectOneOf("GCWritePort PixelFormat",
-                      writeRegister(rig.remote, stress::kRemotePixelFormat, kFormats[round % 5]), {GC_ERR_SUCCESS});
+      log.expectOneOf("GCWritePort Height", writeRegister(rig.remote, camera::kHeight, kHeights[round % 3]),
+                      {GC_ERR_SUCCESS});
+      log.expectOneOf("GCWritePort PixelFormat", writeRegister(rig.remote, camera::kPixelFormat, kFormats[round % 5]),
+                      {GC_ERR_SUCCESS});
       tally.settingChanges += 3;
       std::this_thread::sleep_for(2ms);
     }

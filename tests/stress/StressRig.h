@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
@@ -15,6 +14,8 @@
 #include <thread>
 #include <vector>
 
+#include "support/CallLog.h"
+#include "support/CameraRegisters.h"
 #include "support/StreamSession.h"
 
 namespace stress {
@@ -59,43 +60,6 @@ class Watchdog {
   std::thread thread_;
 };
 
-// Results that the consumer threads did not expect, collected across threads and reported once.
-class CallLog {
- public:
-  void expectOneOf(const char* call, GC_ERROR result, std::initializer_list<GC_ERROR> allowed) {
-    for (GC_ERROR code : allowed) {
-      if (result == code) return;
-    }
-    fail(std::string(call) + " returned " + std::to_string(result));
-  }
-  void fail(const std::string& what) {
-    std::lock_guard lock(mutex_);
-    if (failures_.size() < 20) failures_.push_back(what);
-    ++count_;
-  }
-  // The first failures, one a line, or empty.
-  std::string report() const {
-    std::lock_guard lock(mutex_);
-    std::string text;
-    for (const auto& failure : failures_) text += failure + "\n";
-    if (count_ > failures_.size()) text += "... " + std::to_string(count_ - failures_.size()) + " more\n";
-    return text;
-  }
-
- private:
-  mutable std::mutex mutex_;
-  std::vector<std::string> failures_;
-  std::size_t count_ = 0;
-};
-
-// Runs `body(index)` on `count` threads and joins them.
-template <class Body>
-void runThreads(int count, Body body) {
-  std::vector<std::thread> threads;
-  for (int index = 0; index < count; ++index) threads.emplace_back(body, index);
-  for (auto& thread : threads) thread.join();
-}
-
 // Two devices with two small streams each: fills cost little even under the sanitizers, so the
 // threads spend their time in the producer's queues and locks.
 inline constexpr const char* kRigConfiguration = R"({
@@ -105,14 +69,10 @@ inline constexpr const char* kRigConfiguration = R"({
     {"ID": "Cam1", "Streams": [{"ID": "A", "PixelFormat": "RGB8", "Width": 32, "Height": 16},
                                {"ID": "B", "PixelFormat": "Mono8", "Width": 64, "Height": 32}]}]}]})";
 
-// Register addresses the threads read and write.
+// Registers the threads read: Stat_NumBuffersQueued, DeviceStreamChannelCount, BufferIsQueued.
 inline constexpr std::uint64_t kStreamQueuedRegister = 0x8;
 inline constexpr std::uint64_t kDeviceStreamCountRegister = 0x500;
 inline constexpr std::uint64_t kBufferIsQueuedRegister = 0x18;
-inline constexpr std::uint64_t kRemoteSleepBetweenFrames = 0x60;
-inline constexpr std::uint64_t kRemoteWidth = 0x1000;
-inline constexpr std::uint64_t kRemoteHeight = 0x1500;
-inline constexpr std::uint64_t kRemotePixelFormat = 0x2500;
 
 // One grabbing stream as a consumer keeps it.
 struct RigStream {
@@ -145,7 +105,7 @@ class StressRig : public testing_support::StreamSession {
         device = openDevice(iface, n < 2 ? "Cam0" : "Cam1");
         PORT_HANDLE remote = nullptr;
         EXPECT_EQ(gentl.DevGetPort(device, &remote), GC_ERR_SUCCESS);
-        writeRegister(remote, kRemoteSleepBetweenFrames, kFramePeriodNs);
+        writeRegister(remote, testing_support::camera::kSleepBetweenFrames, kFramePeriodNs);
       }
       entry.device = device;
       EXPECT_EQ(gentl.DevGetPort(device, &entry.remote), GC_ERR_SUCCESS);
@@ -160,6 +120,19 @@ class StressRig : public testing_support::StreamSession {
   GC_ERROR writeRegister(PORT_HANDLE port, std::uint64_t address, std::uint32_t value) {
     size_t size = sizeof(value);
     return gentl.GCWritePort(port, address, &value, &size);
+  }
+
+  // Reads a 32-bit register of `port` as monitoring tools do, expecting one of `allowed`.
+  void readPort(const char* call, void* port, std::uint64_t address, std::initializer_list<GC_ERROR> allowed) {
+    std::uint32_t value = 0;
+    size_t size = sizeof(value);
+    log.expectOneOf(call, gentl.GCReadPort(port, address, &value, &size), allowed);
+  }
+  // A register of each of the stream's, its device's and its camera's ports.
+  void readModulePorts(const RigStream& rig, std::initializer_list<GC_ERROR> allowed) {
+    readPort("GCReadPort stream", rig.stream, kStreamQueuedRegister, allowed);
+    readPort("GCReadPort device", rig.device, kDeviceStreamCountRegister, allowed);
+    readPort("GCReadPort remote device", rig.remote, testing_support::camera::kSleepBetweenFrames, allowed);
   }
 
   GC_ERROR start(DS_HANDLE stream, std::uint64_t frames = GENTL_INFINITE) {
@@ -201,7 +174,7 @@ class StressRig : public testing_support::StreamSession {
 
   testing_support::TemporaryDirectory directory;
   testing_support::ScopedVariable config{"LMMOCKTL_CONFIG", directory.write("rig.json", kRigConfiguration).string()};
-  CallLog log;
+  testing_support::CallLog log;
 };
 
 }  // namespace stress

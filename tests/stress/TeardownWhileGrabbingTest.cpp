@@ -77,16 +77,7 @@ class TeardownWhileGrabbing : public StressRig, public ::testing::WithParamInter
       size = sizeof(value);
       log.expectOneOf("DSGetInfo", gentl.DSGetInfo(rig.stream, STREAM_INFO_NUM_AWAIT_DELIVERY, &type, &value, &size),
                       closing);
-      std::uint32_t word = 0;
-      size = sizeof(word);
-      log.expectOneOf("GCReadPort stream", gentl.GCReadPort(rig.stream, stress::kStreamQueuedRegister, &word, &size),
-                      port);
-      size = sizeof(word);
-      log.expectOneOf("GCReadPort device",
-                      gentl.GCReadPort(rig.device, stress::kDeviceStreamCountRegister, &word, &size), port);
-      size = sizeof(word);
-      log.expectOneOf("GCReadPort remote device",
-                      gentl.GCReadPort(rig.remote, stress::kRemoteSleepBetweenFrames, &word, &size), port);
+      readModulePorts(rig, port);
       calls += 4;
       if (got != GC_ERR_SUCCESS) continue;
       ++frames;
@@ -94,9 +85,7 @@ class TeardownWhileGrabbing : public StressRig, public ::testing::WithParamInter
       log.expectOneOf("DSGetBufferInfo",
                       gentl.DSGetBufferInfo(rig.stream, data.BufferHandle, BUFFER_INFO_FRAMEID, &type, &value, &size),
                       buffer);
-      size = sizeof(word);
-      log.expectOneOf("GCReadPort buffer",
-                      gentl.GCReadPort(data.BufferHandle, stress::kBufferIsQueuedRegister, &word, &size), port);
+      readPort("GCReadPort buffer", data.BufferHandle, stress::kBufferIsQueuedRegister, port);
       log.expectOneOf("DSQueueBuffer", gentl.DSQueueBuffer(rig.stream, data.BufferHandle), buffer);
       calls += 3;
     }

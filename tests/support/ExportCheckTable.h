@@ -15,7 +15,11 @@ namespace testing_support {
 
 // An address that no producer object ever lives at.
 inline int neverRegistered;
-inline void* const kUnknownHandle = &neverRegistered;
+inline void* const kUnknown = &neverRegistered;
+
+// The codes the tables name most often.
+inline constexpr GC_ERROR kHandle = GC_ERR_INVALID_HANDLE;
+inline constexpr GC_ERROR kParameter = GC_ERR_INVALID_PARAMETER;
 
 // One refused call. `Handles` are the open modules a table's calls run against, `Scratch` the
 // output places they write to.

@@ -6,28 +6,28 @@
 #include <string>
 #include <vector>
 
+#include "support/CameraRegisters.h"
 #include "support/StreamSession.h"
 
 namespace testing_support {
 
-// A consumer of GenDC streams: it drives the camera's features through the device port, reads a
-// stream's flows, flow table and descriptor, announces composite buffers of one segment per flow and
-// reads the segments of delivered buffers.
+// A consumer of the camera and its GenDC streams: it drives the camera's features through the
+// device port, reads a stream's flows, flow table and descriptor, announces composite buffers of one
+// segment per flow and reads the segments of delivered buffers.
 class FlowSession : public StreamSession {
  protected:
-  static constexpr std::uint64_t kSleepBetweenFrames = 0x60;
-
   // The camera of the open device, paced at 2 ms a frame so that tests do not wait.
   void openCamera() {
     ASSERT_EQ(gentl.DevGetPort(device, &camera), GC_ERR_SUCCESS) << producer.lastError().second;
-    ASSERT_EQ(writeCamera(kSleepBetweenFrames, std::uint32_t{2000000}), GC_ERR_SUCCESS);
+    ASSERT_EQ(writeCamera(camera::kSleepBetweenFrames, std::uint32_t{2000000}), GC_ERR_SUCCESS);
   }
 
   template <class T = std::uint32_t>
   T readCamera(std::uint64_t address) {
     T value{};
     size_t size = sizeof(value);
-    EXPECT_EQ(gentl.GCReadPort(camera, address, &value, &size), GC_ERR_SUCCESS) << producer.lastError().second;
+    EXPECT_EQ(gentl.GCReadPort(camera, address, &value, &size), GC_ERR_SUCCESS)
+        << address << ": " << producer.lastError().second;
     return value;
   }
   template <class T = std::uint32_t>
@@ -40,6 +40,12 @@ class FlowSession : public StreamSession {
     std::vector<std::uint8_t> bytes(length, 0xEE);
     EXPECT_EQ(gentl.GCReadPort(camera, address, bytes.data(), &length), GC_ERR_SUCCESS) << producer.lastError().second;
     return bytes;
+  }
+  // A string register; the text ends at the first zero byte.
+  std::string readCameraText(std::uint64_t address, size_t length = 64) {
+    const auto bytes = readCameraBytes(address, length);
+    const std::string text(bytes.begin(), bytes.end());
+    return text.substr(0, text.find('\0'));
   }
 
   // A stream's flow table or prefetch descriptor, asked for its size first as consumers do.
@@ -100,6 +106,11 @@ class FlowSession : public StreamSession {
     return base != nullptr ? std::vector<std::uint8_t>(base, base + size) : std::vector<std::uint8_t>();
   }
 
+  EVENT_HANDLE registerErrorEvent(DS_HANDLE stream) {
+    EVENT_HANDLE errors = nullptr;
+    EXPECT_EQ(gentl.GCRegisterEvent(stream, EVENT_ERROR, &errors), GC_ERR_SUCCESS);
+    return errors;
+  }
   // The text of the next item of a registered error event: what a fill that failed reports.
   std::string nextErrorText(EVENT_HANDLE errors) {
     char item[256] = {};

@@ -21,6 +21,7 @@ class GenTLExports {
 #define LMMOCKTL_EXPORT(name) decltype(&::name) name = producer_.get<decltype(::name)>(#name)
   LMMOCKTL_EXPORT(GCInitLib);
   LMMOCKTL_EXPORT(GCCloseLib);
+  LMMOCKTL_EXPORT(GCGetLastError);
   LMMOCKTL_EXPORT(GCGetInfo);
   LMMOCKTL_EXPORT(TLOpen);
   LMMOCKTL_EXPORT(TLClose);
@@ -75,6 +76,13 @@ class GenTLExports {
   LMMOCKTL_EXPORT(EventKill);
   LMMOCKTL_EXPORT(GCReadPort);
   LMMOCKTL_EXPORT(GCWritePort);
+  LMMOCKTL_EXPORT(GCGetPortURL);
+  LMMOCKTL_EXPORT(GCGetPortInfo);
+  LMMOCKTL_EXPORT(GCGetNumPortURLs);
+  LMMOCKTL_EXPORT(GCGetPortURLInfo);
+  LMMOCKTL_EXPORT(GCReadPortStacked);
+  LMMOCKTL_EXPORT(GCWritePortStacked);
+  LMMOCKTL_EXPORT(EventGetDataInfo);
 #undef LMMOCKTL_EXPORT
 };
 

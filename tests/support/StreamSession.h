@@ -99,11 +99,13 @@ class StreamSession : public ConsumerSession {
 
   size_t payloadSize(DS_HANDLE stream) { return streamInfo<size_t>(stream, STREAM_INFO_PAYLOAD_SIZE); }
 
-  // `count` buffers of the stream's payload size that the producer allocates, queued unless told.
-  std::vector<BUFFER_HANDLE> allocateBuffers(DS_HANDLE stream, int count, bool queue = true) {
+  // `count` buffers that the producer allocates, of `size` bytes or else the stream's payload size,
+  // queued unless told.
+  std::vector<BUFFER_HANDLE> allocateBuffers(DS_HANDLE stream, int count, bool queue = true, size_t size = 0) {
     std::vector<BUFFER_HANDLE> buffers(count);
     for (auto& buffer : buffers) {
-      EXPECT_EQ(gentl.DSAllocAndAnnounceBuffer(stream, payloadSize(stream), nullptr, &buffer), GC_ERR_SUCCESS);
+      EXPECT_EQ(gentl.DSAllocAndAnnounceBuffer(stream, size != 0 ? size : payloadSize(stream), nullptr, &buffer),
+                GC_ERR_SUCCESS);
       if (queue) {
         EXPECT_EQ(gentl.DSQueueBuffer(stream, buffer), GC_ERR_SUCCESS);
       }
@@ -114,6 +116,16 @@ class StreamSession : public ConsumerSession {
   EVENT_HANDLE registerNewBuffer(DS_HANDLE stream) {
     EVENT_HANDLE event = nullptr;
     EXPECT_EQ(gentl.GCRegisterEvent(stream, EVENT_NEW_BUFFER, &event), GC_ERR_SUCCESS);
+    return event;
+  }
+
+  // What every consumer does before its frames come: `buffers` buffers allocated and queued, the
+  // new-buffer event registered and `frames` frames started. Returns the event.
+  EVENT_HANDLE startAcquisition(DS_HANDLE stream, std::uint64_t frames = GENTL_INFINITE, int buffers = 3) {
+    allocateBuffers(stream, buffers);
+    const EVENT_HANDLE event = registerNewBuffer(stream);
+    EXPECT_EQ(gentl.DSStartAcquisition(stream, ACQ_START_FLAGS_DEFAULT, frames), GC_ERR_SUCCESS)
+        << producer.lastError().second;
     return event;
   }
 

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <stdexcept>
+#include <string>
 #include <vector>
 
 #include "tools/UnpackedImage.h"
@@ -21,8 +22,6 @@ struct UnpackCase {
   unsigned bitDepth;
   std::vector<std::uint16_t> samples;
 };
-
-void PrintTo(const UnpackCase& unpack, std::ostream* out) { *out << unpack.format; }
 
 class UnpackedImageFormats : public ::testing::TestWithParam<UnpackCase> {};
 
@@ -47,7 +46,8 @@ INSTANTIATE_TEST_SUITE_P(
         UnpackCase{"BGR8", {1, 2, 3, 4, 5, 6}, 2, 1, 0, 3, 8, {3, 2, 1, 6, 5, 4}},
         UnpackCase{"RGBa8", {1, 2, 3, 255, 4, 5, 6, 255}, 2, 1, 0, 3, 8, {1, 2, 3, 4, 5, 6}},
         UnpackCase{"Mono8", {7, 8, 0, 9, 10, 0}, 2, 2, 1, 1, 8, {7, 8, 9, 10}},
-        UnpackCase{"RGB12", {0xFF, 0x0F, 0, 0, 1, 0}, 1, 1, 0, 3, 16, {0xFFF, 0, 1}}));
+        UnpackCase{"RGB12", {0xFF, 0x0F, 0, 0, 1, 0}, 1, 1, 0, 3, 16, {0xFFF, 0, 1}}),
+    [](const auto& info) { return std::string(info.param.format); });
 
 TEST(UnpackedImage, RefusesUnknownFormatsAndShortBuffers) {
   const std::vector<std::uint8_t> bytes(10);

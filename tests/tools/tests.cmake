@@ -1,6 +1,5 @@
 # lmmocktl run as a user runs it, against the built LmMockTL.cti, with its output files checked.
 add_executable(lmmocktl_cli_tests
-  "${CMAKE_CURRENT_LIST_DIR}/CliRun.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/GenDcContainerViewTest.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/GenTLArvDeviceTest.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/LmMockTLCommandTest.cpp"

@@ -34,8 +34,6 @@ struct ModuleCase {
   std::set<std::string> declaredWider = {};
 };
 
-void PrintTo(const ModuleCase& c, std::ostream* out) { *out << c.name; }
-
 RegisterAccess accessNamed(const std::string& mode) {
   if (mode == "RO") return RegisterAccess::ReadOnly;
   if (mode == "WO") return RegisterAccess::WriteOnly;

@@ -2,7 +2,6 @@
 // code and message, as a consumer meets them through the built LmMockTL.cti.
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <string>
 
 #include "support/ConsumerSession.h"
@@ -12,6 +11,9 @@ namespace {
 
 using testing_support::ConsumerSession;
 using testing_support::GenTLExports;
+using testing_support::kHandle;
+using testing_support::kParameter;
+using testing_support::kUnknown;
 
 // The open tree the calls run against: MyInterface0, MyDevice0 and its MyStream0, all open.
 struct Handles {
@@ -35,13 +37,8 @@ struct Scratch {
   PORT_HANDLE port = nullptr;
 };
 
-// An address that was never handed out by the producer.
-void* const kUnknown = testing_support::kUnknownHandle;
-
 using CheckCase = testing_support::ExportCheck<Handles, Scratch>;
 
-constexpr GC_ERROR kHandle = GC_ERR_INVALID_HANDLE;
-constexpr GC_ERROR kParameter = GC_ERR_INVALID_PARAMETER;
 constexpr GC_ERROR kId = GC_ERR_INVALID_ID;
 
 class ExportChecks : public ConsumerSession, public ::testing::WithParamInterface<CheckCase> {

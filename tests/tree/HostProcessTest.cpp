@@ -44,10 +44,6 @@ class HostProcess : public ::testing::Test {
   TemporaryDirectory work;
 };
 
-TEST_F(HostProcess, WithoutAnyFileTheBuiltInTreeIsServed) {
-  EXPECT_EQ(runProbe(work.path(), {}), "id=LmMockTL.cti\ninterface=MyInterface0\n");
-}
-
 TEST_F(HostProcess, HostExportBeatsTheEnvironmentVariable) {
   const auto host = work.write("host.json", treeFile("FromHost"));
   const auto variable = work.write("variable.json", treeFile("FromVariable"));

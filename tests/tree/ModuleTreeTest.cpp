@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <cstring>
 #include <filesystem>
-#include <ostream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -254,8 +253,6 @@ struct TreeInfo {
   INFO_DATATYPE type;
   std::string bytes;  // empty for the producer's own path, known only at run time
 };
-
-void PrintTo(const TreeInfo& c, std::ostream* out) { *out << c.name; }
 
 std::string text(const char* value) { return std::string(value) + '\0'; }
 std::string producerPath() { return std::filesystem::canonical(LMMOCKTL_CTI_PATH).string(); }

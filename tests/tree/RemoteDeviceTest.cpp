@@ -3,145 +3,101 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <ostream>
 #include <string>
 
-#include "support/StreamSession.h"
+#include "support/FlowSession.h"
 
 namespace {
 
-using testing_support::StreamSession;
+using testing_support::FlowSession;
 
-constexpr std::uint64_t kAcqActive = 0x0;
-constexpr std::uint64_t kTriggerSoftware = 0x4;
-constexpr std::uint64_t kTriggerCount = 0x8;
-constexpr std::uint64_t kSleepBetweenFrames = 0x60;
-constexpr std::uint64_t kSourceCount = 0x100;
-constexpr std::uint64_t kSourceSelector = 0x200;
-constexpr std::uint64_t kWidth = 0x1000;
-constexpr std::uint64_t kHeight = 0x1500;
-constexpr std::uint64_t kPaddingMode = 0x1600;
-constexpr std::uint64_t kPaddingLineCountY = 0x1608;
-constexpr std::uint64_t kPixelFormat = 0x2500;
-constexpr std::uint64_t kPayloadSize = 0x2600;
-constexpr std::uint64_t kTlParamsLocked = 0x9000;
-constexpr std::uint64_t kTimestamp = 0x13400;
-constexpr std::uint64_t kGenDCStreamingMode = 0x30000;
-constexpr std::uint64_t kGenDCFlowMappingConfiguration = 0x30020;
-constexpr std::uint64_t kGenDCPartType = 0x30024;
-constexpr std::uint64_t kStreamingDataSource = 0x30028;
-constexpr std::uint64_t kGenDCFlowMappingTable = 0x31000;
-constexpr std::uint64_t kGenDCDescriptor = 0x32000;
-constexpr std::uint64_t kTestGenDCImageCount = 0x40000;
+using namespace testing_support::camera;
 
-class RemoteDevice : public StreamSession {
+class RemoteDevice : public FlowSession {
  protected:
   void SetUp() override {
-    StreamSession::SetUp();
+    FlowSession::SetUp();
     stream = openDeviceStream();
-    ASSERT_EQ(gentl.DevGetPort(device, &port), GC_ERR_SUCCESS) << producer.lastError().second;
-  }
-
-  template <class T = std::uint32_t>
-  T read(std::uint64_t address) {
-    T value{};
-    size_t size = sizeof(value);
-    EXPECT_EQ(gentl.GCReadPort(port, address, &value, &size), GC_ERR_SUCCESS)
-        << address << ": " << producer.lastError().second;
-    return value;
-  }
-  GC_ERROR write(std::uint64_t address, std::uint32_t value) {
-    size_t size = sizeof(value);
-    return gentl.GCWritePort(port, address, &value, &size);
-  }
-  std::string text(std::uint64_t address, size_t length = 64) {
-    std::string bytes(length, '\x7f');
-    EXPECT_EQ(gentl.GCReadPort(port, address, bytes.data(), &length), GC_ERR_SUCCESS);
-    return bytes.substr(0, bytes.find('\0'));
+    openCamera();
   }
 
   DS_HANDLE stream = nullptr;
-  PORT_HANDLE port = nullptr;
 };
 
 TEST_F(RemoteDevice, IsTheSameCameraForEveryCallAndAfterReopening) {
   PORT_HANDLE again = nullptr;
   ASSERT_EQ(gentl.DevGetPort(device, &again), GC_ERR_SUCCESS);
-  EXPECT_EQ(again, port);
+  EXPECT_EQ(again, camera);
   ASSERT_EQ(gentl.DevClose(device), GC_ERR_SUCCESS);
   ASSERT_EQ(openDevice(iface), device);
   ASSERT_EQ(gentl.DevGetPort(device, &again), GC_ERR_SUCCESS);
-  EXPECT_EQ(again, port);
+  EXPECT_EQ(again, camera);
 }
 
 TEST_F(RemoteDevice, ReportsTheDeviceRecord) {
-  EXPECT_EQ(text(0x9500, 256), "MyDevice0");
-  EXPECT_EQ(text(0x10000), "MyDevice0");
-  EXPECT_EQ(text(0x10500), "KORVANE IMAGING");
-  EXPECT_EQ(text(0x11000), "Mock Camera (Default)");
-  EXPECT_EQ(text(0x12000), "MyDevice0");
-  EXPECT_EQ(text(0x12500), "MyDevice0");
-  EXPECT_EQ(text(0x13000), "1.0");
-  EXPECT_EQ(read(kSourceCount), 4u);
+  EXPECT_EQ(readCameraText(0x9500, 256), "MyDevice0");
+  EXPECT_EQ(readCameraText(0x10000), "MyDevice0");
+  EXPECT_EQ(readCameraText(0x10500), "KORVANE IMAGING");
+  EXPECT_EQ(readCameraText(0x11000), "Mock Camera (Default)");
+  EXPECT_EQ(readCameraText(0x12000), "MyDevice0");
+  EXPECT_EQ(readCameraText(0x12500), "MyDevice0");
+  EXPECT_EQ(readCameraText(0x13000), "1.0");
+  EXPECT_EQ(readCamera(kSourceCount), 4u);
 }
 
 TEST_F(RemoteDevice, TimestampNeverGoesBack) {
-  const auto first = read<std::uint64_t>(kTimestamp);
+  const auto first = readCamera<std::uint64_t>(kTimestamp);
   EXPECT_GT(first, 0u);
-  EXPECT_GE(read<std::uint64_t>(kTimestamp), first);
+  EXPECT_GE(readCamera<std::uint64_t>(kTimestamp), first);
 }
 
 TEST_F(RemoteDevice, GeometryWritesReachTheStreamAndItsPayload) {
-  ASSERT_EQ(write(kWidth, 64), GC_ERR_SUCCESS);
-  ASSERT_EQ(write(kHeight, 32), GC_ERR_SUCCESS);
-  EXPECT_EQ(read(kWidth), 64u);
-  EXPECT_EQ(read(kHeight), 32u);
-  EXPECT_EQ(read<std::uint64_t>(kPayloadSize), 64u * 32u);
+  ASSERT_EQ(writeCamera(kWidth, 64), GC_ERR_SUCCESS);
+  ASSERT_EQ(writeCamera(kHeight, 32), GC_ERR_SUCCESS);
+  EXPECT_EQ(readCamera(kWidth), 64u);
+  EXPECT_EQ(readCamera(kHeight), 32u);
+  EXPECT_EQ(readCamera<std::uint64_t>(kPayloadSize), 64u * 32u);
   EXPECT_EQ(payloadSize(stream), 64u * 32u);
-  ASSERT_EQ(write(kPaddingMode, 1), GC_ERR_SUCCESS);
-  ASSERT_EQ(write(kPaddingLineCountY, 2), GC_ERR_SUCCESS);
-  EXPECT_EQ(read<std::uint64_t>(kPayloadSize), 64u * 34u);
-  ASSERT_EQ(write(kPixelFormat, 0x01100007), GC_ERR_SUCCESS);  // Mono16
-  EXPECT_EQ(read<std::uint64_t>(kPayloadSize), 2u * 64u * 34u);
+  ASSERT_EQ(writeCamera(kPaddingMode, 1), GC_ERR_SUCCESS);
+  ASSERT_EQ(writeCamera(kPaddingLineCountY, 2), GC_ERR_SUCCESS);
+  EXPECT_EQ(readCamera<std::uint64_t>(kPayloadSize), 64u * 34u);
+  ASSERT_EQ(writeCamera(kPixelFormat, 0x01100007), GC_ERR_SUCCESS);  // Mono16
+  EXPECT_EQ(readCamera<std::uint64_t>(kPayloadSize), 2u * 64u * 34u);
 
-  const auto event = registerNewBuffer(stream);
-  allocateBuffers(stream, 3);
-  ASSERT_EQ(write(kSleepBetweenFrames, 1000000), GC_ERR_SUCCESS);
-  ASSERT_EQ(gentl.DSStartAcquisition(stream, ACQ_START_FLAGS_DEFAULT, 1), GC_ERR_SUCCESS);
-  const auto buffer = nextBuffer(event);
+  const auto buffer = nextBuffer(startAcquisition(stream, 1));
   ASSERT_NE(buffer, nullptr);
   EXPECT_EQ(bufferInfo<size_t>(stream, buffer, BUFFER_INFO_SIZE_FILLED), 2u * 64u * 34u);
   gentl.DSStopAcquisition(stream, ACQ_STOP_FLAGS_DEFAULT);
 }
 
 TEST_F(RemoteDevice, PixelFormatZeroMeansMono8) {
-  ASSERT_EQ(write(kPixelFormat, 0), GC_ERR_SUCCESS);
-  EXPECT_EQ(read(kPixelFormat), 0x01080001u);
+  ASSERT_EQ(writeCamera(kPixelFormat, 0), GC_ERR_SUCCESS);
+  EXPECT_EQ(readCamera(kPixelFormat), 0x01080001u);
 }
 
 TEST_F(RemoteDevice, SourceSelectorChoosesTheStreamThatSizeWritesReach) {
-  EXPECT_NE(write(kSourceSelector, 4), GC_ERR_SUCCESS);
-  EXPECT_EQ(read(kSourceSelector), 0u);
-  ASSERT_EQ(write(kSourceSelector, 3), GC_ERR_SUCCESS);
-  ASSERT_EQ(write(kWidth, 100), GC_ERR_SUCCESS);
-  EXPECT_EQ(read(kSourceSelector), 3u);
-  EXPECT_EQ(read(kWidth), 100u);
-  ASSERT_EQ(write(kSourceSelector, 0), GC_ERR_SUCCESS);
-  EXPECT_NE(read(kWidth), 100u);
+  EXPECT_NE(writeCamera(kSourceSelector, 4), GC_ERR_SUCCESS);
+  EXPECT_EQ(readCamera(kSourceSelector), 0u);
+  ASSERT_EQ(writeCamera(kSourceSelector, 3), GC_ERR_SUCCESS);
+  ASSERT_EQ(writeCamera(kWidth, 100), GC_ERR_SUCCESS);
+  EXPECT_EQ(readCamera(kSourceSelector), 3u);
+  EXPECT_EQ(readCamera(kWidth), 100u);
+  ASSERT_EQ(writeCamera(kSourceSelector, 0), GC_ERR_SUCCESS);
+  EXPECT_NE(readCamera(kWidth), 100u);
 }
 
 TEST_F(RemoteDevice, TriggerCountCountsSinceTheLastStart) {
-  ASSERT_EQ(write(kTriggerSoftware, 0), GC_ERR_SUCCESS);
-  ASSERT_EQ(write(kTriggerSoftware, 0), GC_ERR_SUCCESS);
-  EXPECT_EQ(read(kTriggerCount), 2u);
-  ASSERT_EQ(write(kAcqActive, 0), GC_ERR_SUCCESS);
-  EXPECT_EQ(read(kTriggerCount), 2u);
-  ASSERT_EQ(write(kAcqActive, 1), GC_ERR_SUCCESS);
-  EXPECT_EQ(read(kTriggerCount), 0u);
-  ASSERT_EQ(write(kTriggerSoftware, 0), GC_ERR_SUCCESS);
-  EXPECT_EQ(read(kTriggerCount), 1u);
-  EXPECT_EQ(write(kTriggerCount, 5), GC_ERR_ACCESS_DENIED);
-  EXPECT_EQ(read(kTriggerCount), 1u);
+  ASSERT_EQ(writeCamera(kTriggerSoftware, 0), GC_ERR_SUCCESS);
+  ASSERT_EQ(writeCamera(kTriggerSoftware, 0), GC_ERR_SUCCESS);
+  EXPECT_EQ(readCamera(kTriggerCount), 2u);
+  ASSERT_EQ(writeCamera(kAcqActive, 0), GC_ERR_SUCCESS);
+  EXPECT_EQ(readCamera(kTriggerCount), 2u);
+  ASSERT_EQ(writeCamera(kAcqActive, 1), GC_ERR_SUCCESS);
+  EXPECT_EQ(readCamera(kTriggerCount), 0u);
+  ASSERT_EQ(writeCamera(kTriggerSoftware, 0), GC_ERR_SUCCESS);
+  EXPECT_EQ(readCamera(kTriggerCount), 1u);
+  EXPECT_EQ(writeCamera(kTriggerCount, 5), GC_ERR_ACCESS_DENIED);
+  EXPECT_EQ(readCamera(kTriggerCount), 1u);
 }
 
 // The lock reads back the inverse of what was written; consumers rely on it.
@@ -153,21 +109,19 @@ struct LockStep {
   std::uint32_t expected;
 };
 
-void PrintTo(const LockStep& step, std::ostream* out) { *out << step.name; }
-
 class TlParamsLocked : public RemoteDevice, public ::testing::WithParamInterface<LockStep> {};
 
 TEST_P(TlParamsLocked, ReadsBackAsSequencesOfWritesLeaveIt) {
   const auto& step = GetParam();
-  EXPECT_EQ(read(kTlParamsLocked), 0u);
+  EXPECT_EQ(readCamera(kTlParamsLocked), 0u);
   for (int i = 0; i < step.count; ++i) {
     if (step.grabbing && i == step.count - 1) {
       allocateBuffers(stream, 3);
       ASSERT_EQ(gentl.DSStartAcquisition(stream, ACQ_START_FLAGS_DEFAULT, GENTL_INFINITE), GC_ERR_SUCCESS);
     }
-    ASSERT_EQ(write(kTlParamsLocked, step.written[i]), GC_ERR_SUCCESS);
+    ASSERT_EQ(writeCamera(kTlParamsLocked, step.written[i]), GC_ERR_SUCCESS);
   }
-  EXPECT_EQ(read(kTlParamsLocked), step.expected);
+  EXPECT_EQ(readCamera(kTlParamsLocked), step.expected);
   if (step.grabbing) {
     gentl.DSStopAcquisition(stream, ACQ_STOP_FLAGS_DEFAULT);
   }
@@ -182,43 +136,29 @@ INSTANTIATE_TEST_SUITE_P(Sequences, TlParamsLocked,
                          [](const auto& info) { return std::string(info.param.name); });
 
 TEST_F(RemoteDevice, GenDCSettingsAreKeptPerStream) {
-  EXPECT_EQ(read(kGenDCPartType), 0x4200u);
-  EXPECT_EQ(read(kTestGenDCImageCount), 1u);
-  ASSERT_EQ(write(kGenDCStreamingMode, 1), GC_ERR_SUCCESS);
-  ASSERT_EQ(write(kGenDCFlowMappingConfiguration, 1), GC_ERR_SUCCESS);
-  ASSERT_EQ(write(kGenDCPartType, 0x14201), GC_ERR_SUCCESS);
-  ASSERT_EQ(write(kTestGenDCImageCount, 2), GC_ERR_SUCCESS);
-  EXPECT_EQ(read(kGenDCStreamingMode), 1u);
-  EXPECT_EQ(read(kGenDCFlowMappingConfiguration), 1u);
-  EXPECT_EQ(read(kGenDCPartType), 0x4201u);
-  EXPECT_EQ(read(kTestGenDCImageCount), 2u);
-  ASSERT_EQ(write(kSourceSelector, 1), GC_ERR_SUCCESS);
-  EXPECT_EQ(read(kGenDCStreamingMode), 0u);
-  EXPECT_EQ(read(kStreamingDataSource), 0u);
+  EXPECT_EQ(readCamera(kGenDCPartType), 0x4200u);
+  EXPECT_EQ(readCamera(kTestGenDCImageCount), 1u);
+  ASSERT_EQ(writeCamera(kGenDCStreamingMode, 1), GC_ERR_SUCCESS);
+  ASSERT_EQ(writeCamera(kGenDCFlowMappingConfiguration, 1), GC_ERR_SUCCESS);
+  ASSERT_EQ(writeCamera(kGenDCPartType, 0x14201), GC_ERR_SUCCESS);
+  ASSERT_EQ(writeCamera(kTestGenDCImageCount, 2), GC_ERR_SUCCESS);
+  EXPECT_EQ(readCamera(kGenDCStreamingMode), 1u);
+  EXPECT_EQ(readCamera(kGenDCFlowMappingConfiguration), 1u);
+  EXPECT_EQ(readCamera(kGenDCPartType), 0x4201u);
+  EXPECT_EQ(readCamera(kTestGenDCImageCount), 2u);
+  ASSERT_EQ(writeCamera(kSourceSelector, 1), GC_ERR_SUCCESS);
+  EXPECT_EQ(readCamera(kGenDCStreamingMode), 0u);
+  EXPECT_EQ(readCamera(kStreamingDataSource), 0u);
 }
 
 TEST_F(RemoteDevice, DescriptorAndFlowTableHaveNoDataWithoutFlows) {
   for (const std::uint64_t address : {kGenDCDescriptor, kGenDCFlowMappingTable}) {
     std::uint8_t bytes[16] = {};
     size_t size = sizeof(bytes);
-    EXPECT_EQ(gentl.GCReadPort(port, address, bytes, &size), GC_ERR_NO_DATA);
+    EXPECT_EQ(gentl.GCReadPort(camera, address, bytes, &size), GC_ERR_NO_DATA);
     expectLastError(GC_ERR_NO_DATA, "command is invalid while flow mechanism is not used");
   }
 }
-
-}  // namespace
-
-namespace {
-
-constexpr std::uint64_t kFileSelector = 0x20000;
-constexpr std::uint64_t kFileSize = 0x20004;
-constexpr std::uint64_t kFileAccessOffset = 0x20010;
-constexpr std::uint64_t kFileOpenMode = 0x20014;
-constexpr std::uint64_t kFileOperationSelector = 0x20018;
-constexpr std::uint64_t kFileOperationResult = 0x20020;
-constexpr std::uint64_t kFileOperationStatus = 0x20024;
-constexpr std::uint64_t kFileOperationExecute = 0x20028;
-constexpr std::uint64_t kFileAccessBuffer = 0x20030;
 
 enum : std::uint32_t { kOpen = 0, kClose = 1, kRead = 2, kWrite = 3, kDelete = 4 };
 
@@ -235,9 +175,9 @@ class FileAccess : public RemoteDevice {
     RemoteDevice::TearDown();
   }
   GC_ERROR execute(std::uint32_t file, std::uint32_t operation) {
-    EXPECT_EQ(write(kFileSelector, file), GC_ERR_SUCCESS);
-    EXPECT_EQ(write(kFileOperationSelector, operation), GC_ERR_SUCCESS);
-    return write(kFileOperationExecute, 1);
+    EXPECT_EQ(writeCamera(kFileSelector, file), GC_ERR_SUCCESS);
+    EXPECT_EQ(writeCamera(kFileOperationSelector, operation), GC_ERR_SUCCESS);
+    return writeCamera(kFileOperationExecute, 1);
   }
   void expectRuntimeError(const std::string& message) {
     expectLastError(GC_ERR_ERROR, "std::exception caught. " + message);
@@ -245,35 +185,35 @@ class FileAccess : public RemoteDevice {
 };
 
 TEST_F(FileAccess, TestFile0NeverOpensAndKeepsItsStatus) {
-  ASSERT_EQ(write(kFileSelector, 0), GC_ERR_SUCCESS);
-  ASSERT_EQ(write(kFileOperationSelector, kOpen), GC_ERR_SUCCESS);
-  const auto status = read(kFileOperationStatus);
-  EXPECT_EQ(write(kFileOperationExecute, 1), GC_ERR_ERROR);
+  ASSERT_EQ(writeCamera(kFileSelector, 0), GC_ERR_SUCCESS);
+  ASSERT_EQ(writeCamera(kFileOperationSelector, kOpen), GC_ERR_SUCCESS);
+  const auto status = readCamera(kFileOperationStatus);
+  EXPECT_EQ(writeCamera(kFileOperationExecute, 1), GC_ERR_ERROR);
   expectRuntimeError("TestFile0 always fails to open");
-  EXPECT_EQ(read(kFileOperationStatus), status);
+  EXPECT_EQ(readCamera(kFileOperationStatus), status);
 }
 
 TEST_F(FileAccess, TestFile1OpensAndReadsItsName) {
-  ASSERT_EQ(write(kFileSelector, 1), GC_ERR_SUCCESS);
-  EXPECT_EQ(read(kFileSize), 9u);
-  ASSERT_EQ(write(kFileOpenMode, 0), GC_ERR_SUCCESS);
+  ASSERT_EQ(writeCamera(kFileSelector, 1), GC_ERR_SUCCESS);
+  EXPECT_EQ(readCamera(kFileSize), 9u);
+  ASSERT_EQ(writeCamera(kFileOpenMode, 0), GC_ERR_SUCCESS);
   ASSERT_EQ(execute(1, kOpen), GC_ERR_SUCCESS);
-  EXPECT_EQ(read(kFileOperationStatus), 0u);
-  ASSERT_EQ(write(kFileOperationSelector, kRead), GC_ERR_SUCCESS);
-  ASSERT_EQ(write(kFileAccessOffset, 0), GC_ERR_SUCCESS);
-  ASSERT_EQ(write(kFileOperationExecute, 1), GC_ERR_SUCCESS);
-  EXPECT_EQ(read(kFileOperationStatus), 0u);
-  EXPECT_EQ(read(kFileOperationResult), 9u);
-  EXPECT_EQ(text(kFileAccessBuffer, 9), "TestFile1");
+  EXPECT_EQ(readCamera(kFileOperationStatus), 0u);
+  ASSERT_EQ(writeCamera(kFileOperationSelector, kRead), GC_ERR_SUCCESS);
+  ASSERT_EQ(writeCamera(kFileAccessOffset, 0), GC_ERR_SUCCESS);
+  ASSERT_EQ(writeCamera(kFileOperationExecute, 1), GC_ERR_SUCCESS);
+  EXPECT_EQ(readCamera(kFileOperationStatus), 0u);
+  EXPECT_EQ(readCamera(kFileOperationResult), 9u);
+  EXPECT_EQ(readCameraText(kFileAccessBuffer, 9), "TestFile1");
   EXPECT_EQ(execute(1, kClose), GC_ERR_SUCCESS);
-  EXPECT_EQ(read(kFileOperationStatus), 0u);
+  EXPECT_EQ(readCamera(kFileOperationStatus), 0u);
 }
 
 TEST_F(FileAccess, OpeningTwiceNeedsACloseBetween) {
   ASSERT_EQ(execute(1, kOpen), GC_ERR_SUCCESS);
   EXPECT_EQ(execute(1, kOpen), GC_ERR_ERROR);
   expectRuntimeError("file must be closed so that it can be opened");
-  EXPECT_EQ(read(kFileOperationStatus), 1u);
+  EXPECT_EQ(readCamera(kFileOperationStatus), 1u);
   ASSERT_EQ(execute(1, kClose), GC_ERR_SUCCESS);
   EXPECT_EQ(execute(1, kOpen), GC_ERR_SUCCESS);
 }
@@ -289,27 +229,25 @@ struct Failure {
   const char* message;
 };
 
-void PrintTo(const Failure& failure, std::ostream* out) { *out << failure.name; }
-
 class FileAccessFailure : public FileAccess, public ::testing::WithParamInterface<Failure> {};
 
 TEST_P(FileAccessFailure, ReachesTheConsumerAsAGenericError) {
-  ASSERT_EQ(write(kFileSelector, 1), GC_ERR_SUCCESS);
-  ASSERT_EQ(write(kFileOpenMode, 0), GC_ERR_SUCCESS);
-  ASSERT_EQ(write(kFileOperationSelector, kRead), GC_ERR_SUCCESS);
-  ASSERT_EQ(write(kFileAccessOffset, 0), GC_ERR_SUCCESS);
+  ASSERT_EQ(writeCamera(kFileSelector, 1), GC_ERR_SUCCESS);
+  ASSERT_EQ(writeCamera(kFileOpenMode, 0), GC_ERR_SUCCESS);
+  ASSERT_EQ(writeCamera(kFileOperationSelector, kRead), GC_ERR_SUCCESS);
+  ASSERT_EQ(writeCamera(kFileAccessOffset, 0), GC_ERR_SUCCESS);
   const auto& failure = GetParam();
   if (failure.step == Step::ReadFromOffset) {
     ASSERT_EQ(execute(1, kOpen), GC_ERR_SUCCESS);
-    ASSERT_EQ(write(kFileOperationSelector, kRead), GC_ERR_SUCCESS);
-    ASSERT_EQ(write(kFileAccessOffset, failure.value), GC_ERR_SUCCESS);
-    EXPECT_EQ(write(kFileOperationExecute, 1), GC_ERR_ERROR);
-    ASSERT_EQ(write(kFileAccessOffset, 0), GC_ERR_SUCCESS);
+    ASSERT_EQ(writeCamera(kFileOperationSelector, kRead), GC_ERR_SUCCESS);
+    ASSERT_EQ(writeCamera(kFileAccessOffset, failure.value), GC_ERR_SUCCESS);
+    EXPECT_EQ(writeCamera(kFileOperationExecute, 1), GC_ERR_ERROR);
+    ASSERT_EQ(writeCamera(kFileAccessOffset, 0), GC_ERR_SUCCESS);
   } else if (failure.step == Step::Execute) {
     EXPECT_EQ(execute(1, failure.value), GC_ERR_ERROR);
-    EXPECT_EQ(read(kFileOperationStatus), 1u);
+    EXPECT_EQ(readCamera(kFileOperationStatus), 1u);
   } else {
-    EXPECT_EQ(write(failure.address, failure.value), GC_ERR_ERROR);
+    EXPECT_EQ(writeCamera(failure.address, failure.value), GC_ERR_ERROR);
   }
   expectRuntimeError(failure.message);
 }
@@ -327,12 +265,12 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST_F(FileAccess, BufferWritesChangeNothing) {
   ASSERT_EQ(execute(1, kOpen), GC_ERR_SUCCESS);
-  ASSERT_EQ(write(kFileOperationSelector, kRead), GC_ERR_SUCCESS);
-  ASSERT_EQ(write(kFileOperationExecute, 1), GC_ERR_SUCCESS);
+  ASSERT_EQ(writeCamera(kFileOperationSelector, kRead), GC_ERR_SUCCESS);
+  ASSERT_EQ(writeCamera(kFileOperationExecute, 1), GC_ERR_SUCCESS);
   const char bytes[4] = {'x', 'y', 'z', 'w'};
   size_t size = sizeof(bytes);
-  EXPECT_EQ(gentl.GCWritePort(port, kFileAccessBuffer, bytes, &size), GC_ERR_ERROR);
-  EXPECT_EQ(text(kFileAccessBuffer, 9), "TestFile1");
+  EXPECT_EQ(gentl.GCWritePort(camera, kFileAccessBuffer, bytes, &size), GC_ERR_ERROR);
+  EXPECT_EQ(readCameraText(kFileAccessBuffer, 9), "TestFile1");
 }
 
 }  // namespace

@@ -2,8 +2,11 @@
 // as GCReadPort and GCWritePort do, on modules built directly from records.
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <string>
+
+#include "module/Port.h"
 #include "support/ExpectGenTLError.h"
-#include "support/PortAccess.h"
 #include "support/ScopedEnvironment.h"
 #include "tree/ConfigurationLoader.h"
 #include "tree/Device.h"
@@ -13,9 +16,27 @@
 namespace lumo::mockTL {
 namespace {
 
-using testing_support::readText;
-using testing_support::readUint32;
-using testing_support::writeUint32;
+// Register access through a module's port, as GCReadPort and GCWritePort perform it.
+std::uint32_t readUint32(Port& port, std::uint64_t address) {
+  std::uint8_t bytes[4] = {};
+  std::size_t size = sizeof(bytes);
+  port.Read(address, bytes, size);
+  return bytes[0] | (bytes[1] << 8) | (bytes[2] << 16) | (std::uint32_t{bytes[3]} << 24);
+}
+
+void writeUint32(Port& port, std::uint64_t address, std::uint32_t value) {
+  const std::uint8_t bytes[4] = {static_cast<std::uint8_t>(value), static_cast<std::uint8_t>(value >> 8),
+                                 static_cast<std::uint8_t>(value >> 16), static_cast<std::uint8_t>(value >> 24)};
+  std::size_t size = sizeof(bytes);
+  port.Write(address, bytes, size);
+}
+
+// A string register read whole; the text ends at the first zero byte.
+std::string readText(Port& port, std::uint64_t address, std::size_t length) {
+  std::string bytes(length, '\x7f');
+  port.Read(address, bytes.data(), length);
+  return bytes.substr(0, bytes.find('\0'));
+}
 
 constexpr const char* kNoSuchDevice = "index exceeds device list size. Or no devices in list";
 
@@ -70,18 +91,6 @@ TEST_F(SystemRegisters, InterfaceUpdateListIsAcceptedAndChangesNothing) {
   EXPECT_EQ(readUint32(*system, 0x0), 2u);
   EXPECT_GENTL_ERROR(readUint32(*system, 0x20), GC_ERR_ACCESS_DENIED,
                      "One or more registers in the requested read range are not readable");
-}
-
-// The checks behind the exports' own: an export refuses these arguments first with its own text.
-TEST_F(SystemRegisters, InterfacesAreFoundOnlyAmongTheSystemsOwn) {
-  system->Open();
-  EXPECT_GENTL_ERROR(system->Open(), GC_ERR_RESOURCE_IN_USE, "tl is already open");
-  EXPECT_GENTL_ERROR(system->InterfaceById(""), GC_ERR_INVALID_PARAMETER, "id is empty");
-  const auto second = system->InterfaceById("Second");
-  EXPECT_EQ(system->InterfaceByHandle(*second), second);
-  EXPECT_EQ(system->InterfaceByHandle(*system), nullptr) << "a module that is no interface is not held";
-  const auto stranger = std::make_shared<Interface>(nullptr, ConfigurationLoader::builtInInterface());
-  EXPECT_NE(system->InterfaceByHandle(*stranger), stranger) << "only interfaces of this system are held";
 }
 
 constexpr std::uint64_t kDevicesOpen = 0x1500;
