@@ -5,6 +5,15 @@
 
 namespace lmmocktl {
 
+namespace {
+
+// Whether `name` names the device: by its id alone or as "interface/device".
+bool names(const std::string& name, const ProducerSession::DeviceEntry& entry) {
+  return name == entry.deviceId || name == entry.interfaceId + "/" + entry.deviceId;
+}
+
+}  // namespace
+
 ProducerSession::ProducerSession(const GenTLLibrary& gentl) : gentl_(gentl) {
   gentl_.check(gentl_.TLOpen(&system_), "TLOpen");
   try {
@@ -66,7 +75,7 @@ std::vector<ProducerSession::DeviceEntry> ProducerSession::devices() {
 
 bool ProducerSession::hasDevice(const std::string& name) {
   for (const DeviceEntry& entry : devices()) {
-    if (name == entry.deviceId || name == entry.interfaceId + "/" + entry.deviceId) return true;
+    if (names(name, entry)) return true;
   }
   return false;
 }
@@ -75,7 +84,7 @@ ProducerSession::DeviceEntry ProducerSession::findDevice(const std::string& name
   const std::vector<DeviceEntry> entries = devices();
   std::string known;
   for (const DeviceEntry& entry : entries) {
-    if (name.empty() || name == entry.deviceId || name == entry.interfaceId + "/" + entry.deviceId) return entry;
+    if (name.empty() || names(name, entry)) return entry;
     known += (known.empty() ? "" : ", ") + entry.interfaceId + "/" + entry.deviceId;
   }
   if (name.empty()) throw ToolError("the producer has no device");
