@@ -33,7 +33,7 @@
 #include <vector>
 
 #include "FakeCameraPeer.h"
-#include "gentl/GenTL.h"
+#include "base/GenTL.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "gentl/GenTL.h"
+#include "base/GenTL.h"
 
 namespace lumo::mockTL {
 

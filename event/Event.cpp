@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-#include "gentl/GenericException.h"
+#include "base/GenericException.h"
 
 namespace lumo::mockTL {
 

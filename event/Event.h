@@ -6,8 +6,8 @@
 #include <mutex>
 #include <utility>
 
-#include "gentl/GenTL.h"
-#include "gentl/HandleRegistry.h"
+#include "base/GenTL.h"
+#include "base/HandleRegistry.h"
 
 namespace lumo::mockTL {
 

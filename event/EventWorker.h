@@ -9,9 +9,9 @@
 #include <string>
 #include <utility>
 
+#include "base/GenericException.h"
+#include "base/Info.h"
 #include "event/Event.h"
-#include "gentl/GenericException.h"
-#include "module/Info.h"
 
 namespace lumo::mockTL {
 

@@ -15,9 +15,9 @@
 #include <string>
 #include <vector>
 
+#include "base/GenericException.h"
 #include "fuzz/Expect.h"
 #include "fuzz/FuzzInput.h"
-#include "gentl/GenericException.h"
 #include "stream/DataStream.h"
 #include "tree/ConfigurationLoader.h"
 #include "tree/Device.h"

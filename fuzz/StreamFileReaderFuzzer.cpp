@@ -16,12 +16,12 @@
 #include <string>
 #include <vector>
 
+#include "base/GenericException.h"
 #include "fuzz/Expect.h"
 #include "fuzz/FuzzInput.h"
 #include "fuzz/ScratchDirectory.h"
 #include "gendc/DescriptorReader.h"
 #include "gendc/FlowMappingTable.h"
-#include "gentl/GenericException.h"
 #include "source/ContainerReader.h"
 #include "source/LmRApi.h"
 

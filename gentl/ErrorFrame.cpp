@@ -3,8 +3,8 @@
 #include <exception>
 #include <string>
 
-#include "gentl/GenTL.h"
-#include "gentl/GenericException.h"
+#include "base/GenTL.h"
+#include "base/GenericException.h"
 #include "gentl/LastErrorStore.h"
 
 namespace lumo::mockTL::error {

@@ -2,8 +2,8 @@
 #include <cstring>
 #include <memory>
 
+#include "base/GenTL.h"
 #include "gentl/ErrorFrame.h"
-#include "gentl/GenTL.h"
 #include "gentl/HandleChecks.h"
 #include "stream/DataStream.h"
 #include "tree/Device.h"

@@ -1,8 +1,8 @@
 // Event exports: registration through a module's event source, then the event operations on an
 // event handle.
+#include "base/GenTL.h"
 #include "gentl/CallGate.h"
 #include "gentl/ErrorFrame.h"
-#include "gentl/GenTL.h"
 #include "gentl/HandleChecks.h"
 #include "module/Module.h"
 

@@ -1,8 +1,8 @@
 // Interface (IF) exports.
 #include <memory>
 
+#include "base/GenTL.h"
 #include "gentl/ErrorFrame.h"
-#include "gentl/GenTL.h"
 #include "gentl/HandleChecks.h"
 #include "tree/Device.h"
 #include "tree/Interface.h"

@@ -1,9 +1,9 @@
 // Library lifecycle, library info and last-error exports.
 #include <cstring>
 
+#include "base/GenTL.h"
 #include "gentl/CallGate.h"
 #include "gentl/ErrorFrame.h"
-#include "gentl/GenTL.h"
 #include "gentl/HandleChecks.h"
 #include "gentl/LastErrorStore.h"
 #include "tree/TransportLayer.h"

@@ -1,7 +1,7 @@
 // Port exports. A port handle is a module handle: each body resolves it to the module's Port and
 // calls one port operation.
+#include "base/GenTL.h"
 #include "gentl/ErrorFrame.h"
-#include "gentl/GenTL.h"
 #include "gentl/HandleChecks.h"
 
 using namespace lumo::mockTL;

@@ -3,8 +3,8 @@
 // module or of a buffer that is gone finds no buffer.
 #include <memory>
 
+#include "base/GenTL.h"
 #include "gentl/ErrorFrame.h"
-#include "gentl/GenTL.h"
 #include "gentl/HandleChecks.h"
 #include "stream/DataStream.h"
 #include "tree/Device.h"

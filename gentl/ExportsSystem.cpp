@@ -1,8 +1,8 @@
 // System (TL) exports.
 #include <memory>
 
+#include "base/GenTL.h"
 #include "gentl/ErrorFrame.h"
-#include "gentl/GenTL.h"
 #include "gentl/HandleChecks.h"
 #include "tree/Interface.h"
 #include "tree/TransportLayer.h"

@@ -3,10 +3,10 @@
 #include <cstdint>
 #include <memory>
 
+#include "base/GenTL.h"
+#include "base/GenericException.h"
+#include "base/HandleRegistry.h"
 #include "event/Event.h"
-#include "gentl/GenTL.h"
-#include "gentl/GenericException.h"
-#include "gentl/HandleRegistry.h"
 #include "gentl/Library.h"
 #include "module/Port.h"
 

@@ -1,7 +1,7 @@
 #include "gentl/LastErrorStore.h"
 
-#include "gentl/GenTL.h"
-#include "gentl/GenericException.h"
+#include "base/GenTL.h"
+#include "base/GenericException.h"
 #include "platform/Platform.h"
 
 namespace lumo::mockTL::error {

@@ -3,9 +3,9 @@
 #include <memory>
 #include <mutex>
 
+#include "base/HandleRegistry.h"
 #include "event/ErrorEvent.h"
 #include "event/EventSource.h"
-#include "gentl/HandleRegistry.h"
 #include "module/Description.h"
 #include "module/RegisterMap.h"
 

@@ -3,9 +3,9 @@
 #include <cstdio>
 #include <cstring>
 
-#include "gentl/GenericException.h"
-#include "gentl/HandleRegistry.h"
-#include "module/Info.h"
+#include "base/GenericException.h"
+#include "base/HandleRegistry.h"
+#include "base/Info.h"
 
 namespace lumo::mockTL {
 

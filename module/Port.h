@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "gentl/GenTL.h"
+#include "base/GenTL.h"
 
 namespace lumo::mockTL {
 

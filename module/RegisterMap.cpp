@@ -5,8 +5,8 @@
 #include <stdexcept>
 #include <type_traits>
 
-#include "gentl/GenericException.h"
-#include "module/Info.h"
+#include "base/GenericException.h"
+#include "base/Info.h"
 #include "module/ProducerIdentity.h"
 
 namespace lumo::mockTL {

@@ -1,1 +1,3 @@
-list(APPEND LMMOCKTL_CORE_SOURCES "${CMAKE_CURRENT_LIST_DIR}/PlatformPosix.cpp")
+lmmocktl_add_layer(platform
+  SOURCES "${CMAKE_CURRENT_LIST_DIR}/PlatformPosix.cpp"
+  LIBRARIES ${CMAKE_DL_LIBS})

@@ -1,6 +1,6 @@
 #include "source/ContainerReader.h"
 
-#include "gentl/GenericException.h"
+#include "base/GenericException.h"
 
 namespace lumo::mockTL {
 namespace {

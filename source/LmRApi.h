@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "gentl/GenTL.h"
+#include "base/GenTL.h"
 
 // The container-reader library: replays recorded GenDC flow sets from an InfoFile and the numbered
 // ".gdcs" data files beside it, through a plain function interface over opaque handles.

@@ -8,8 +8,8 @@
 #include <stdexcept>
 #include <utility>
 
-#include "gentl/GenTL.h"
-#include "gentl/GenericException.h"
+#include "base/GenTL.h"
+#include "base/GenericException.h"
 #include "platform/Platform.h"
 #include "stream/Resource.h"
 

@@ -7,8 +7,8 @@
 #include <mutex>
 #include <stdexcept>
 
-#include "gentl/GenericException.h"
-#include "module/Info.h"
+#include "base/GenericException.h"
+#include "base/Info.h"
 #include "platform/Platform.h"
 #include "source/Pfnc.h"
 #include "stream/DataStream.h"

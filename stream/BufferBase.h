@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "gentl/GenTL.h"
+#include "base/GenTL.h"
 #include "module/Module.h"
 #include "source/SourceImage.h"
 

@@ -8,17 +8,15 @@
 #include <string_view>
 #include <utility>
 
+#include "base/GenericException.h"
+#include "base/Info.h"
 #include "gendc/Container.h"
 #include "gendc/ContainerDescriptor.h"
 #include "gendc/DescriptorReader.h"
 #include "gendc/FlowMappingTable.h"
-#include "gentl/GenericException.h"
-#include "module/Info.h"
 #include "module/ProducerIdentity.h"
 #include "source/Pfnc.h"
 #include "stream/ImageTransfer.h"
-#include "tree/Device.h"
-#include "tree/RemoteDevice.h"
 
 namespace lumo::mockTL {
 
@@ -87,8 +85,11 @@ std::shared_ptr<Resource> makeResource(const char* where, Make make, void* priva
 
 }  // namespace
 
-DataStream::DataStream(const std::shared_ptr<Module>& device, StreamConfiguration configuration)
-    : SpecificModule(device), configuration_(std::move(configuration)) {
+DataStream::DataStream(const std::shared_ptr<Module>& device, StreamConfiguration configuration,
+                       std::shared_ptr<const CameraLink> camera)
+    : SpecificModule(device),
+      configuration_(std::move(configuration)),
+      camera_(camera != nullptr ? std::move(camera) : std::make_shared<const CameraLink>()) {
   if (configuration_.isStreamFile) {
     try {
       openRecording();
@@ -407,13 +408,6 @@ void DataStream::flush(ACQ_QUEUE_TYPE mode) {
 
 // --- Acquisition ---
 
-std::int64_t DataStream::framePeriod() const {
-  const auto device = std::dynamic_pointer_cast<Device>(parent());
-  const std::uint64_t period =
-      device != nullptr ? device->remoteDevice()->sleepBetweenFrames() : RemoteDevice::kDefaultSleepBetweenFrames;
-  return static_cast<std::int64_t>(period);
-}
-
 void DataStream::startGrabbing(ACQ_START_FLAGS flags, std::uint64_t numberOfImages) {
   constexpr const char* where = "lumo::mockTL::DataStream::startGrabbing";
   if (flags != ACQ_START_FLAGS_DEFAULT) {
@@ -424,7 +418,7 @@ void DataStream::startGrabbing(ACQ_START_FLAGS flags, std::uint64_t numberOfImag
   }
   numberOfImages_.exchange(numberOfImages);
   AcquisitionThread::Plan plan;
-  plan.framePeriod = framePeriod();
+  plan.framePeriod = static_cast<std::int64_t>(camera_->framePeriod());
   {
     std::lock_guard lock(settingsMutex_);
     plan.images = sourceImages_;

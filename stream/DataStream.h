@@ -13,21 +13,22 @@
 #include <string>
 #include <vector>
 
+#include "base/GenTL.h"
+#include "base/GenericException.h"
 #include "event/NewBufferEvent.h"
 #include "gendc/ContainerLayout.h"
 #include "gendc/StreamSettings.h"
-#include "gentl/GenTL.h"
-#include "gentl/GenericException.h"
 #include "module/Module.h"
 #include "source/ContainerReader.h"
 #include "source/GeneratedSource.h"
 #include "source/ImageGeometry.h"
 #include "source/SourceImage.h"
 #include "stream/AcquisitionThread.h"
+#include "stream/CameraLink.h"
 #include "stream/FillSide.h"
 #include "stream/GenDCSettings.h"
 #include "stream/Resource.h"
-#include "tree/Configuration.h"
+#include "stream/StreamConfiguration.h"
 
 namespace lumo::mockTL {
 
@@ -66,7 +67,9 @@ class DataStream final : public SpecificModule<void*>,
   // Must be owned by a std::shared_ptr: buffers are announced with a reference to it. A record
   // that names a stream file opens its recording here; when it cannot be replayed, the failure
   // (the reader's status and text) is what open() throws.
-  DataStream(const std::shared_ptr<Module>& device, StreamConfiguration configuration);
+  // `camera` is what the device's camera tells its streams; a stream of its own when none is given.
+  DataStream(const std::shared_ptr<Module>& device, StreamConfiguration configuration,
+             std::shared_ptr<const CameraLink> camera = nullptr);
   ~DataStream() override;
 
   const std::string& id() const { return configuration_.id; }
@@ -184,9 +187,6 @@ class DataStream final : public SpecificModule<void*>,
   void reportFillFailure(const char* what) noexcept override;
   void waitUntil(std::chrono::steady_clock::time_point deadline) override;
 
-  // The remote device's sleep between frames. Takes the device's mutex: never call it while
-  // holding the module mutex, which the device's close takes after its own.
-  std::int64_t framePeriod() const;
   void endAcquisitionLocked();
   // QueueBuffer without the failure: false when the buffer is queued already.
   bool queueUnlessQueued(const std::shared_ptr<Resource>& resource);
@@ -238,6 +238,7 @@ class DataStream final : public SpecificModule<void*>,
   std::mutex wakeMutex_;
   std::condition_variable wake_;
   AcquisitionThread acquisition_;  // under the module mutex
+  const std::shared_ptr<const CameraLink> camera_;
 };
 
 }  // namespace lumo::mockTL

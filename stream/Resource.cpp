@@ -1,7 +1,7 @@
 #include "stream/Resource.h"
 
-#include "gentl/GenericException.h"
-#include "module/Info.h"
+#include "base/GenericException.h"
+#include "base/Info.h"
 #include "module/ProducerIdentity.h"
 
 namespace lumo::mockTL {

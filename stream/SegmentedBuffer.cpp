@@ -3,8 +3,8 @@
 #include <cstring>
 #include <stdexcept>
 
-#include "gentl/GenericException.h"
-#include "module/Info.h"
+#include "base/GenericException.h"
+#include "base/Info.h"
 
 namespace lumo::mockTL {
 

@@ -1,8 +1,10 @@
-list(APPEND LMMOCKTL_CORE_SOURCES
-  "${CMAKE_CURRENT_LIST_DIR}/AcquisitionThread.cpp"
-  "${CMAKE_CURRENT_LIST_DIR}/Buffer.cpp"
-  "${CMAKE_CURRENT_LIST_DIR}/BufferBase.cpp"
-  "${CMAKE_CURRENT_LIST_DIR}/DataStream.cpp"
-  "${CMAKE_CURRENT_LIST_DIR}/ImageTransfer.cpp"
-  "${CMAKE_CURRENT_LIST_DIR}/Resource.cpp"
-  "${CMAKE_CURRENT_LIST_DIR}/SegmentedBuffer.cpp")
+lmmocktl_add_layer(stream
+  SOURCES
+    "${CMAKE_CURRENT_LIST_DIR}/AcquisitionThread.cpp"
+    "${CMAKE_CURRENT_LIST_DIR}/Buffer.cpp"
+    "${CMAKE_CURRENT_LIST_DIR}/BufferBase.cpp"
+    "${CMAKE_CURRENT_LIST_DIR}/DataStream.cpp"
+    "${CMAKE_CURRENT_LIST_DIR}/ImageTransfer.cpp"
+    "${CMAKE_CURRENT_LIST_DIR}/Resource.cpp"
+    "${CMAKE_CURRENT_LIST_DIR}/SegmentedBuffer.cpp"
+  USES module source gendc)

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "gentl/GenTL.h"
+#include "base/GenTL.h"
 
 namespace lmmocktl {
 

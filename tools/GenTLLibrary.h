@@ -3,13 +3,13 @@
 #include <string>
 #include <string_view>
 
-#include "gentl/GenTL.h"
+#include "base/GenTL.h"
 
 namespace lmmocktl {
 
 // A GenTL producer loaded at run time, with the exports the tools call looked up by name. Loading
 // also initialises the library (GCInitLib); destruction closes it (GCCloseLib) and unloads it.
-// Any producer works, not only LmMockTL: only the functions of gentl/GenTL.h are used.
+// Any producer works, not only LmMockTL: only the functions of base/GenTL.h are used.
 class GenTLLibrary {
  public:
   // Throws ToolError when the file cannot be loaded, lacks an export or fails GCInitLib.

@@ -3,7 +3,7 @@
 #include <cstring>
 #include <string>
 
-#include "gentl/GenTL.h"
+#include "base/GenTL.h"
 #include "tools/GenTLLibrary.h"
 
 namespace lmmocktl {

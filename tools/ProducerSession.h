@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "gentl/GenTL.h"
+#include "base/GenTL.h"
 #include "tools/GenTLLibrary.h"
 
 namespace lmmocktl {

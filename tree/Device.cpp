@@ -2,8 +2,8 @@
 
 #include <mutex>
 
-#include "gentl/GenericException.h"
-#include "module/Info.h"
+#include "base/GenericException.h"
+#include "base/Info.h"
 #include "module/ProducerIdentity.h"
 #include "stream/DataStream.h"
 #include "tree/RemoteDevice.h"
@@ -39,7 +39,7 @@ constexpr std::uint64_t kTimestampFrequency = 1000000;
 std::shared_ptr<Device> Device::create(const std::shared_ptr<Module>& iface, DeviceConfiguration configuration) {
   auto device = std::make_shared<Device>(iface, std::move(configuration));
   for (const auto& record : device->configuration_.streams) {
-    device->dataStreams_.push_back(published(std::make_shared<DataStream>(device, record)));
+    device->dataStreams_.push_back(published(std::make_shared<DataStream>(device, record, device->camera_)));
   }
   // Last, so that the device's handle never reaches it before its streams are there.
   return published(std::move(device));
@@ -129,7 +129,7 @@ void Device::close() {
 std::shared_ptr<RemoteDevice> Device::remoteDevice() {
   std::lock_guard lock(moduleMutex());
   if (!remoteDevice_) {
-    remoteDevice_ = published(std::make_shared<RemoteDevice>(shared_from_this()));
+    remoteDevice_ = published(std::make_shared<RemoteDevice>(shared_from_this(), camera_));
   }
   return remoteDevice_;
 }

@@ -7,8 +7,9 @@
 #include <string_view>
 #include <vector>
 
-#include "gentl/GenTL.h"
+#include "base/GenTL.h"
 #include "module/Module.h"
+#include "stream/CameraLink.h"
 #include "tree/Configuration.h"
 
 namespace lumo::mockTL {
@@ -72,6 +73,8 @@ class Device final : public SpecificModule<void*>, public std::enable_shared_fro
   // Filled by create, constant afterwards.
   std::vector<std::shared_ptr<DataStream>> dataStreams_;
   std::shared_ptr<RemoteDevice> remoteDevice_;
+  // Shared with the remote device and every data stream of this device.
+  const std::shared_ptr<CameraLink> camera_ = std::make_shared<CameraLink>();
 };
 
 }  // namespace lumo::mockTL

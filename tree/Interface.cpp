@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <utility>
 
-#include "gentl/GenericException.h"
-#include "module/Info.h"
+#include "base/GenericException.h"
+#include "base/Info.h"
 #include "module/ProducerIdentity.h"
 #include "tree/Device.h"
 

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "gentl/GenTL.h"
+#include "base/GenTL.h"
 #include "module/Module.h"
 #include "tree/Configuration.h"
 

@@ -7,7 +7,7 @@
 #include <stdexcept>
 #include <vector>
 
-#include "gentl/GenericException.h"
+#include "base/GenericException.h"
 #include "source/Pfnc.h"
 #include "stream/DataStream.h"
 #include "tree/Device.h"
@@ -85,7 +85,8 @@ constexpr const char* kWriteCast = "failed to cast stream or device";
 
 }  // namespace
 
-RemoteDevice::RemoteDevice(const std::shared_ptr<Module>& device) : SpecificModule(device) {
+RemoteDevice::RemoteDevice(const std::shared_ptr<Module>& device, std::shared_ptr<CameraLink> camera)
+    : SpecificModule(device), camera_(camera != nullptr ? std::move(camera) : std::make_shared<CameraLink>()) {
   initRegisterMap();
   initEvents();
 }
@@ -244,7 +245,7 @@ std::uint32_t RemoteDevice::ReadUint32RegImpl(std::uint32_t id) {
     case kStreamingDataSource: return stream->streamingDataSource();
     case kSourceCount: return device->dataStreamCount();
     case kSourceSelector: return selectedSource_;
-    case kSleepBetweenFrames: return static_cast<std::uint32_t>(sleepBetweenFrames_);
+    case kSleepBetweenFrames: return static_cast<std::uint32_t>(camera_->framePeriod());
     case kTriggerCount: return triggerCount_;
     case kFileSelector: return FileAccess::instance().fileSelector();
     case kFileSize: return FileAccess::instance().fileSize();
@@ -318,7 +319,7 @@ void RemoteDevice::WriteUint32RegImpl(std::uint32_t id, std::uint32_t value) {
     case kGenDCPartType: return stream->setGenDCPartType(static_cast<std::uint16_t>(value & 0xFFFF));
     case kTestGenDCImageCount: return stream->setGenDCImageCount(value);
     case kSourceSelector: return setSelectedDataStream(value);
-    case kSleepBetweenFrames: sleepBetweenFrames_ = value; return;
+    case kSleepBetweenFrames: camera_->setFramePeriod(value); return;
     case kTriggerSoftware: ++triggerCount_; return;
     case kFileSelector: return FileAccess::instance().selectFile(value);
     case kFileOperationSelector: return FileAccess::instance().selectOperation(value);

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "module/Module.h"
+#include "stream/CameraLink.h"
 
 namespace lumo::mockTL {
 
@@ -19,13 +20,9 @@ class Device;
 // stream first.
 class RemoteDevice final : public SpecificModule<void*>, public std::enable_shared_from_this<RemoteDevice> {
  public:
-  static constexpr std::uint64_t kDefaultSleepBetweenFrames = 40000000;
-
-  explicit RemoteDevice(const std::shared_ptr<Module>& device);
-
-  // The acquisition's frame period in nanoseconds. Any thread; the acquisition thread reads it.
-  std::uint64_t sleepBetweenFrames() const { return sleepBetweenFrames_; }
-  void setSleepBetweenFrames(std::uint64_t nanoseconds) { sleepBetweenFrames_ = nanoseconds; }
+  // `camera` carries what the camera's features tell the device's streams (the frame period); a
+  // link of its own when none is given.
+  explicit RemoteDevice(const std::shared_ptr<Module>& device, std::shared_ptr<CameraLink> camera = nullptr);
   bool acquisitionActive() const { return acquisitionActive_; }
   std::uint32_t triggerCount() const { return triggerCount_; }
 
@@ -57,7 +54,7 @@ class RemoteDevice final : public SpecificModule<void*>, public std::enable_shar
 
   std::atomic<bool> acquisitionActive_{false};
   std::atomic<std::uint32_t> selectedSource_{0};
-  std::atomic<std::uint64_t> sleepBetweenFrames_{kDefaultSleepBetweenFrames};
+  const std::shared_ptr<CameraLink> camera_;
   std::atomic<std::uint32_t> triggerCount_{0};
   std::uint8_t tlParams_ = 0;  // under the module mutex
 };

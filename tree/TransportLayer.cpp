@@ -2,8 +2,8 @@
 
 #include <mutex>
 
-#include "gentl/GenericException.h"
-#include "module/Info.h"
+#include "base/GenericException.h"
+#include "base/Info.h"
 #include "module/ProducerIdentity.h"
 #include "platform/Platform.h"
 #include "tree/ConfigurationLoader.h"

@@ -6,9 +6,9 @@
 #include <thread>
 #include <vector>
 
+#include "base/GenTL.h"
+#include "base/GenericException.h"
 #include "gentl/ErrorFrame.h"
-#include "gentl/GenTL.h"
-#include "gentl/GenericException.h"
 #include "gentl/LastErrorStore.h"
 #include "platform/Platform.h"
 

@@ -9,7 +9,7 @@
 #include <string>
 #include <thread>
 
-#include "gentl/GenTL.h"
+#include "base/GenTL.h"
 #include "gentl/LastErrorStore.h"
 #include "gentl/Library.h"
 #include "support/DescribedModule.h"

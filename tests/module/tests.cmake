@@ -1,5 +1,4 @@
 list(APPEND LMMOCKTL_UNIT_TESTS
   "${CMAKE_CURRENT_LIST_DIR}/DescriptionTest.cpp"
-  "${CMAKE_CURRENT_LIST_DIR}/InfoTest.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/PortTest.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/RegisterMapTest.cpp")

@@ -10,10 +10,9 @@
 
 #include "event/ErrorEvent.h"
 #include "source/Pfnc.h"
+#include "stream/CameraLink.h"
 #include "stream/DataStream.h"
 #include "tree/ConfigurationLoader.h"
-#include "tree/Device.h"
-#include "tree/RemoteDevice.h"
 
 namespace lumo::mockTL {
 namespace {
@@ -24,8 +23,7 @@ constexpr std::uint64_t kWait = 5000;
 class DataStreamTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    ASSERT_TRUE(device->open());
-    device->remoteDevice()->setSleepBetweenFrames(kOneMillisecond);
+    camera->setFramePeriod(kOneMillisecond);
     stream->setWidth(16);
     stream->setHeight(4);
   }
@@ -54,8 +52,9 @@ class DataStreamTest : public ::testing::Test {
     return data.BufferHandle;
   }
 
-  std::shared_ptr<Device> device = Device::create(nullptr, ConfigurationLoader::builtInDevice());
-  std::shared_ptr<DataStream> stream = device->getDataStream(0);
+  std::shared_ptr<CameraLink> camera = std::make_shared<CameraLink>();
+  std::shared_ptr<DataStream> stream =
+      std::make_shared<DataStream>(nullptr, ConfigurationLoader::builtInDevice().streams.at(0), camera);
 };
 
 TEST_F(DataStreamTest, PayloadFollowsTheSettingsAsTheStreamReportsThem) {
@@ -103,7 +102,7 @@ TEST_F(DataStreamTest, FailedFillIsReportedOnTheErrorEventAndTheFrameStillDelive
 }
 
 TEST_F(DataStreamTest, LongFramePeriodDoesNotDelayTheStop) {
-  device->remoteDevice()->setSleepBetweenFrames(3600ULL * 1000 * kOneMillisecond);
+  camera->setFramePeriod(3600ULL * 1000 * kOneMillisecond);
   queueBuffers(3);
   stream->startGrabbing(ACQ_START_FLAGS_DEFAULT, GENTL_INFINITE);
   // Joins a thread that sleeps towards its next frame an hour away; a stop that waited for it

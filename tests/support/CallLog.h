@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "gentl/GenTL.h"
+#include "base/GenTL.h"
 
 namespace testing_support {
 

@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "gentl/GenericException.h"
+#include "base/GenericException.h"
 
 // Runs `statement`, expecting a GenericException with `expectedCode` whose text starts with `expectedMessage` and
 // a colon (the origin and thread id follow).

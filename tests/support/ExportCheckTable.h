@@ -6,7 +6,7 @@
 #include <ostream>
 #include <string>
 
-#include "gentl/GenTL.h"
+#include "base/GenTL.h"
 #include "support/GenTLExports.h"
 
 // Tables of refused export calls, one row per (export, bad argument, code, message), run against a

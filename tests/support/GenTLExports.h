@@ -3,7 +3,7 @@
 #include <string>
 #include <utility>
 
-#include "gentl/GenTL.h"
+#include "base/GenTL.h"
 #include "support/Producer.h"
 
 namespace testing_support {

@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "gentl/GenTL.h"
+#include "base/GenTL.h"
 
 namespace testing_support {
 

@@ -9,7 +9,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "gentl/GenTL.h"
+#include "base/GenTL.h"
 
 extern "C" __attribute__((visibility("default"))) const char* LmMockTLConfigExport() {
   const char* path = std::getenv("PROBE_CONFIG_PATH");

@@ -7,7 +7,7 @@
 #include <new>
 #include <stdexcept>
 
-#include "gentl/HandleRegistry.h"
+#include "base/HandleRegistry.h"
 #include "support/DescribedModule.h"
 
 namespace lumo::mockTL {

@@ -1,4 +1,4 @@
-#include "gentl/HandleRegistry.h"
+#include "base/HandleRegistry.h"
 
 #include <atomic>
 

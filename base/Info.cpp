@@ -1,8 +1,8 @@
-#include "module/Info.h"
+#include "base/Info.h"
 
 #include <cstring>
 
-#include "gentl/GenericException.h"
+#include "base/GenericException.h"
 
 namespace lumo::mockTL::info {
 namespace {

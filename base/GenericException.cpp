@@ -1,4 +1,4 @@
-#include "gentl/GenericException.h"
+#include "base/GenericException.h"
 
 #include "platform/Platform.h"
 

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <cstring>
 
-#include "module/Info.h"
+#include "base/Info.h"
 #include "support/ExpectGenTLError.h"
 
 namespace lumo::mockTL::info {

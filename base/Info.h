@@ -5,7 +5,7 @@
 #include <cstring>
 #include <string_view>
 
-#include "gentl/GenTL.h"
+#include "base/GenTL.h"
 
 // The single place where every GenTL info query (TLGetInfo, DSGetBufferInfo, GCGetPortInfo, ...)
 // delivers its answer: the type tag, the size and, unless the destination is null (the size query),

@@ -1,0 +1,3 @@
+list(APPEND LMMOCKTL_UNIT_TESTS
+  "${CMAKE_CURRENT_LIST_DIR}/HandleRegistryTest.cpp"
+  "${CMAKE_CURRENT_LIST_DIR}/InfoTest.cpp")
