@@ -75,10 +75,17 @@ std::unique_ptr<MemoryImage> BmpDecoder::decode(const std::filesystem::path& fil
   if (!stbi_info_from_file(input.get(), &width, &height, &channels)) {
     throw std::runtime_error(stbi_failure_reason());
   }
-  checkPixelCount(static_cast<std::uint32_t>(width), static_cast<std::uint32_t>(height), maxPixels);
+  // A negative height in the header marks rows stored top-down; the size is its magnitude (taken
+  // in 64 bits, where even the most negative header value has one).
+  const auto magnitude = [](int value) {
+    return value < 0 ? std::uint64_t{0} - static_cast<std::uint64_t>(static_cast<std::int64_t>(value))
+                     : static_cast<std::uint64_t>(value);
+  };
+  const std::uint64_t columns = magnitude(width);
+  const std::uint64_t rows = magnitude(height);
+  checkPixelCount(columns, rows, maxPixels);
   const BmpHeader header = BmpHeader::read(input.get());
-  if (!header.fits(static_cast<std::uint32_t>(width), static_cast<std::uint32_t>(height),
-                   std::filesystem::file_size(file))) {
+  if (!header.fits(columns, rows, std::filesystem::file_size(file))) {
     throw std::runtime_error("the file ends before the image does");
   }
   const std::unique_ptr<stbi_uc, StbPixels> pixels(stbi_load_from_file(input.get(), &width, &height, &channels, 3));

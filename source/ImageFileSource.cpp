@@ -90,8 +90,9 @@ ImageList ImageFileSource::load(const std::optional<fs::path>& directory,
                                 const std::optional<std::vector<fs::path>>& order, std::ostream& report,
                                 const Loader& loader) {
   std::vector<fs::path> files;
-  // An empty order names no file to prefer, so the directory decides, as without one.
-  if (order && !order->empty()) {
+  // A given order is the whole list, also when it names no file: then there are no images and the
+  // stream delivers its generated pattern. Only without one does the directory decide.
+  if (order) {
     files = listedFiles(directory, *order);
   } else if (directory) {
     files = directoryFiles(*directory);

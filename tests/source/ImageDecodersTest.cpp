@@ -96,6 +96,9 @@ INSTANTIATE_TEST_SUITE_P(
                    0},
         DecodeCase{"BmpGrayPalette", "a.bmp", writeImage, 1, 8, 1, 8, 0},
         DecodeCase{"Bmp24Bit", "a.bmp", writeImage, 3, 8, 3, 8, 0},
+        DecodeCase{"Bmp24BitTopDown", "a.bmp",
+                   [](const fs::path& file, const TestPicture& picture) { writeBmp(file, picture, true); }, 3, 8, 3, 8,
+                   0},
         DecodeCase{"Bmp32BitDropsAlpha", "a.bmp", writeImage, 4, 8, 3, 8, 0}),
     [](const ::testing::TestParamInfo<DecodeCase>& info) { return info.param.name; });
 

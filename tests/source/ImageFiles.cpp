@@ -234,7 +234,7 @@ void writeJ2k(const std::filesystem::path& file, const TestPicture& picture, boo
   if (!written) throw std::runtime_error("cannot encode " + file.string());
 }
 
-void writeBmp(const std::filesystem::path& file, const TestPicture& picture) {
+void writeBmp(const std::filesystem::path& file, const TestPicture& picture, bool topDown) {
   const std::size_t bytesPerPixel = picture.channels == 1 ? 1 : picture.channels;
   const std::size_t rowBytes = (picture.width * bytesPerPixel + 3) / 4 * 4;
   const std::size_t paletteBytes = picture.channels == 1 ? 256 * 4 : 0;
@@ -249,7 +249,8 @@ void writeBmp(const std::filesystem::path& file, const TestPicture& picture) {
   put(offset, 4);
   put(40, 4);
   put(picture.width, 4);
-  put(picture.height, 4);  // positive: rows bottom-up
+  // Positive: rows bottom-up; negative: top-down.
+  put(topDown ? std::uint32_t(-std::int32_t(picture.height)) : picture.height, 4);
   put(1, 2);
   put(bytesPerPixel * 8, 2);
   put(0, 4);  // BI_RGB
@@ -260,7 +261,7 @@ void writeBmp(const std::filesystem::path& file, const TestPicture& picture) {
   put(0, 4);
   for (std::size_t gray = 0; gray < paletteBytes / 4; ++gray) put(gray * 0x010101, 4);
   for (std::uint32_t row = 0; row < picture.height; ++row) {
-    const std::uint32_t y = picture.height - 1 - row;
+    const std::uint32_t y = topDown ? row : picture.height - 1 - row;
     const std::size_t start = bytes.size();
     for (std::uint32_t x = 0; x < picture.width; ++x) {
       if (picture.channels == 1) {

@@ -46,7 +46,7 @@ void writeTiff(const std::filesystem::path& file, const TestPicture& picture, Ti
 void writeJ2k(const std::filesystem::path& file, const TestPicture& picture, bool jp2 = false,
               std::uint8_t precision = 0);
 // 1 channel: 8-bit palette of grays; 3 channels: 24-bit; 4 channels: 32-bit with alpha.
-void writeBmp(const std::filesystem::path& file, const TestPicture& picture);
+void writeBmp(const std::filesystem::path& file, const TestPicture& picture, bool topDown = false);
 
 // Variants the decoders refuse: a 4 x 4 CMYK JPEG, a 4 x 4 8-bit min-is-white TIFF.
 void writeCmykJpeg(const std::filesystem::path& file);
