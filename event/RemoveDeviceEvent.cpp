@@ -1,6 +1,8 @@
 #include "event/RemoveDeviceEvent.h"
 
 #include <algorithm>
+#include <cstring>
+#include <string_view>
 
 namespace lumo::mockTL {
 
@@ -18,8 +20,14 @@ void RemoveDeviceEvent::GetDataImpl(const std::vector<std::uint8_t>& item, void*
   deliverBytes("lumo::mockTL::RemoveDeviceEvent::GetDataImpl", item.data(), item.size(), buffer, size);
 }
 
-void RemoveDeviceEvent::GetDataInfoImpl(const void*, std::size_t, EVENT_DATA_INFO_CMD, INFO_DATATYPE&, void*,
-                                        std::size_t&) {
+void RemoveDeviceEvent::GetDataInfoImpl(const void* inBuffer, std::size_t inSize, EVENT_DATA_INFO_CMD command,
+                                        INFO_DATATYPE& type, void* outBuffer, std::size_t& outSize) {
+  if (command == EVENT_DATA_ID) {
+    const auto* text = static_cast<const char*>(inBuffer);
+    const void* end = std::memchr(text, '\0', inSize);
+    const std::size_t length = end != nullptr ? static_cast<std::size_t>(static_cast<const char*>(end) - text) : inSize;
+    return info::ReportInfoString(type, outBuffer, outSize, std::string_view(text, length));
+  }
   throw error::GenericException(GC_ERR_NOT_IMPLEMENTED, "lumo::mockTL::RemoveDeviceEvent::GetDataInfoImpl",
                                 "Unknown event data info command used");
 }

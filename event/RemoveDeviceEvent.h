@@ -9,8 +9,8 @@
 namespace lumo::mockTL {
 
 // The remote device's EVENT_REMOTE_DEVICE queue (device removal). An item's event data is its
-// bytes as stored; the remote device decides what they hold. No data info command is served yet.
-// Pushes depend on registration.
+// bytes as stored: the remote device stores the removed device's id with its terminating zero.
+// EventGetDataInfo serves EVENT_DATA_ID, that id as a string. Pushes depend on registration.
 class RemoveDeviceEvent : public EventWorker<std::vector<std::uint8_t>> {
  public:
   // Made through Event::create.
@@ -19,7 +19,8 @@ class RemoveDeviceEvent : public EventWorker<std::vector<std::uint8_t>> {
   EVENT_TYPE eventType() const override { return EVENT_REMOTE_DEVICE; }
   // The largest item waiting; 0 when none is.
   std::size_t maxDataSize() const override;
-  std::size_t maxInfoDataSize() const override { return 0; }
+  // The id is the whole item.
+  std::size_t maxInfoDataSize() const override { return maxDataSize(); }
 
  protected:
   void GetDataImpl(const std::vector<std::uint8_t>& item, void* buffer, std::size_t& size) override;

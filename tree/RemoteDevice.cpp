@@ -91,6 +91,12 @@ RemoteDevice::RemoteDevice(const std::shared_ptr<Module>& device, std::shared_pt
   initEvents();
 }
 
+void RemoteDevice::initEvents() {
+  removalEvent_ = Event::create<RemoveDeviceEvent>();
+  eventSource()->add(removalEvent_);
+  SpecificModule::initEvents();
+}
+
 void RemoteDevice::initRegisterMap() {
   using enum RegisterType;
   using enum RegisterAccess;

@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 
+#include "event/RemoveDeviceEvent.h"
 #include "module/Module.h"
 #include "stream/CameraLink.h"
 
@@ -31,6 +32,9 @@ class RemoteDevice final : public SpecificModule<void*>, public std::enable_shar
   std::shared_ptr<DataStream> getSelectedDataStream();
 
   void initRegisterMap() override;
+  // Adds the removal event (EVENT_REMOTE_DEVICE) beside the error event.
+  void initEvents() override;
+  const std::shared_ptr<RemoveDeviceEvent>& removalEvent() const { return removalEvent_; }
   std::string ReadStringRegImpl(std::uint32_t id) override;
   std::uint32_t ReadUint32RegImpl(std::uint32_t id) override;
   std::uint64_t ReadUint64RegImpl(std::uint32_t id) override;
@@ -55,6 +59,7 @@ class RemoteDevice final : public SpecificModule<void*>, public std::enable_shar
   std::atomic<bool> acquisitionActive_{false};
   std::atomic<std::uint32_t> selectedSource_{0};
   const std::shared_ptr<CameraLink> camera_;
+  std::shared_ptr<RemoveDeviceEvent> removalEvent_;
   std::atomic<std::uint32_t> triggerCount_{0};
   std::uint8_t tlParams_ = 0;  // under the module mutex
 };

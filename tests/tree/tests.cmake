@@ -6,7 +6,8 @@ list(APPEND LMMOCKTL_BLACKBOX_TESTS
   "${CMAKE_CURRENT_LIST_DIR}/ExportChecksTest.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/HostProcessTest.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/ModuleTreeTest.cpp"
-  "${CMAKE_CURRENT_LIST_DIR}/RemoteDeviceTest.cpp")
+  "${CMAKE_CURRENT_LIST_DIR}/RemoteDeviceTest.cpp"
+  "${CMAKE_CURRENT_LIST_DIR}/RemovalEventTest.cpp")
 
 # A host program that exports the configuration hooks; the host-process tests run it once per
 # scenario, each in a fresh process, because the producer keeps its unique id for a process's life.
