@@ -28,6 +28,11 @@ struct StreamConfiguration {
   // A recorded stream file to replay instead of images; it then defines the format itself.
   std::filesystem::path path;
   bool isStreamFile = false;
+  // Faults the stream injects for consumers to test against, each on every N-th frame of an
+  // acquisition, counted from 1 at its start; 0 never.
+  std::uint64_t incompleteFrameEvery = 0;  // delivered marked incomplete, its tail not written
+  std::uint64_t lostFrameEvery = 0;        // never delivered; its frame id is used up
+  std::uint64_t errorEventEvery = 0;       // also reported on the stream's error event
 };
 
 }  // namespace lumo::mockTL

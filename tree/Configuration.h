@@ -23,6 +23,10 @@ struct DeviceConfiguration {
   std::string vendor = "KORVANE IMAGING";
   std::string version = "1.0";
   std::vector<StreamConfiguration> streams;
+  // The camera waits for TriggerSoftware before each frame ("TriggerMode": "Software").
+  bool softwareTrigger = false;
+  // The camera is unplugged once its streams together delivered this many frames; 0 never.
+  std::uint64_t removeAfterFrames = 0;
   // Not read from files: consumers change them through the device's features.
   bool rdmaCapable = true;
   std::uint32_t streamingMode = 0;

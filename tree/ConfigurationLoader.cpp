@@ -92,8 +92,31 @@ T number(const json& object, const char* key, T fallback) {
   return object.value(key, fallback);
 }
 
+// How often a fault is injected: a whole number of at least 1, or 0 (never) when the key is absent.
+std::uint64_t every(const json& object, const char* key) {
+  const auto found = object.find(key);
+  if (found == object.end()) {
+    return 0;
+  }
+  if (!found->is_number_unsigned() || found->get<std::uint64_t>() == 0) {
+    throw std::invalid_argument(std::string("value of '") + key + "' must be a whole number of at least 1");
+  }
+  return found->get<std::uint64_t>();
+}
+
+bool softwareTrigger(const json& object) {
+  const std::string mode = object.value("TriggerMode", std::string("Off"));
+  if (mode != "Off" && mode != "Software") {
+    throw std::invalid_argument("value of 'TriggerMode' must be \"Off\" or \"Software\", not \"" + mode + "\"");
+  }
+  return mode == "Software";
+}
+
 void applyStream(const json& object, StreamConfiguration& stream, Images images) {
   stream.id = object.at("ID").get<std::string>();
+  stream.incompleteFrameEvery = every(object, "IncompleteFrameEvery");
+  stream.lostFrameEvery = every(object, "LostFrameEvery");
+  stream.errorEventEvery = every(object, "ErrorEventEvery");
   if (object.contains("StreamFilePath")) {
     stream.path = object.at("StreamFilePath").get<std::string>();
     stream.isStreamFile = true;
@@ -135,6 +158,8 @@ void applyDevice(const json& object, DeviceConfiguration& device, Images images)
   device.model = object.value("Model", device.model);
   device.vendor = object.value("Vendor", device.vendor);
   device.version = object.value("Version", device.version);
+  device.softwareTrigger = softwareTrigger(object);
+  device.removeAfterFrames = every(object, "RemoveAfterFrames");
   device.streams =
       readList(object, "Streams", StreamConfiguration{},
                [images](const json& element, StreamConfiguration& stream) { applyStream(element, stream, images); });

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 
 #include "source/ImageFiles.h"
 #include "support/ScopedEnvironment.h"
@@ -99,7 +100,10 @@ TEST_F(ConfigurationLoaderTest, DeviceTextsAreReadOrFallBackToTheIdAndTheDefault
         .devices.at(0);
   };
   const DeviceConfiguration bare = device("");
-  const DeviceConfiguration full = device(members);
+  const DeviceConfiguration full = device(members + R"(, "TriggerMode": "Software", "RemoveAfterFrames": 9)");
+  EXPECT_EQ(std::tuple(bare.softwareTrigger, bare.removeAfterFrames), std::tuple(false, 0u));
+  EXPECT_EQ(std::tuple(full.softwareTrigger, full.removeAfterFrames), std::tuple(true, 9u));
+  EXPECT_FALSE(device(R"(, "TriggerMode": "Off")").softwareTrigger);
   for (const auto& text : texts) {
     EXPECT_EQ(bare.*text.field, text.fallback) << text.member;
     EXPECT_EQ(full.*text.field, std::string(text.member) + " value");
@@ -108,7 +112,8 @@ TEST_F(ConfigurationLoaderTest, DeviceTextsAreReadOrFallBackToTheIdAndTheDefault
 
 TEST_F(ConfigurationLoaderTest, StreamSettingsAreRead) {
   const StreamConfiguration stream = loadStream(R"("Width": 640, "Height": 480, "PaddingMode": 1,
-      "PaddingPixelCountX": 8, "PaddingLineCountY": 2, "PixelFormat": "RGB8")");
+      "PaddingPixelCountX": 8, "PaddingLineCountY": 2, "PixelFormat": "RGB8",
+      "IncompleteFrameEvery": 3, "LostFrameEvery": 5, "ErrorEventEvery": 7)");
   EXPECT_EQ(stream.width, 640u);
   EXPECT_EQ(stream.height, 480u);
   EXPECT_EQ(stream.paddingMode, 1);
@@ -116,6 +121,10 @@ TEST_F(ConfigurationLoaderTest, StreamSettingsAreRead) {
   EXPECT_EQ(stream.paddingLineCountY, 2u);
   EXPECT_EQ(stream.pixelFormat, 0x02180014u);
   EXPECT_FALSE(stream.isStreamFile);
+  EXPECT_EQ(std::tuple(stream.incompleteFrameEvery, stream.lostFrameEvery, stream.errorEventEvery),
+            std::tuple(3u, 5u, 7u));
+  const StreamConfiguration plain = loadStream(R"("Width": 8)");
+  EXPECT_EQ(plain.incompleteFrameEvery + plain.lostFrameEvery + plain.errorEventEvery, 0u);
 }
 
 TEST_F(ConfigurationLoaderTest, StreamFileStreamsReadNoImageSettings) {
@@ -229,6 +238,18 @@ INSTANTIATE_TEST_SUITE_P(
                                  withStreams(R"({"ID": "S", "ImageDirectoryPath": "/nonexistent-lmmocktl-images"})"),
                                  "filesystem error: directory_iterator::directory_iterator: No such file or directory "
                                  "[/nonexistent-lmmocktl-images]"},
+                      BrokenCase{"FaultEveryZeroFrames", withStreams(R"({"ID": "S", "LostFrameEvery": 0})"),
+                                 "value of 'LostFrameEvery' must be a whole number of at least 1"},
+                      BrokenCase{"FaultEveryNegative", withStreams(R"({"ID": "S", "IncompleteFrameEvery": -2})"),
+                                 "value of 'IncompleteFrameEvery' must be a whole number of at least 1"},
+                      BrokenCase{"FaultEveryNotANumber", withStreams(R"({"ID": "S", "ErrorEventEvery": "often"})"),
+                                 "value of 'ErrorEventEvery' must be a whole number of at least 1"},
+                      BrokenCase{"UnknownTriggerMode",
+                                 R"({"Interfaces": [{"ID": "I", "Devices": [{"ID": "C", "TriggerMode": "On"}]}]})",
+                                 "value of 'TriggerMode' must be \"Off\" or \"Software\", not \"On\""},
+                      BrokenCase{"RemovalAfterFractionalFrames",
+                                 R"({"Interfaces": [{"ID": "I", "Devices": [{"ID": "C", "RemoveAfterFrames": 1.5}]}]})",
+                                 "value of 'RemoveAfterFrames' must be a whole number of at least 1"},
                       BrokenCase{"SecondStreamBroken", withStreams(R"({"ID": "S"}, {"Width": 1})"),
                                  "[json.exception.out_of_range.403]"}),
     [](const auto& info) { return std::string(info.param.name); });
