@@ -6,6 +6,8 @@
 #include <exception>
 #include <functional>
 #include <stdexcept>
+#include <string>
+#include <thread>
 #include <utility>
 
 #include "base/GenTL.h"
@@ -26,10 +28,12 @@ Clock::time_point after(Clock::time_point from, std::int64_t period) {
 }
 
 // Fills one buffer for run frame `runFrame`: a recorded flow set, or the image the started count
-// picks. A failure is reported and leaves the buffer as the fill left it.
-void fill(FillSide& side, BufferBase& buffer, AcquisitionThread::Plan& plan, std::uint64_t runFrame,
-          std::vector<FlowRecord>& flows) {
+// picks, whole or, when `incomplete`, only its first half (through `scratch`). A failure is
+// reported and leaves the buffer as the fill left it.
+void fill(FillSide& side, BufferBase& buffer, AcquisitionThread::Plan& plan, std::uint64_t runFrame, bool incomplete,
+          std::vector<FlowRecord>& flows, std::vector<std::byte>& scratch) {
   try {
+    buffer.markComplete();
     if (plan.recording != nullptr) {
       // A recorded frame keeps the timestamp the buffer had: nothing in it is made now.
       AcquisitionThread::copyRecordedFrame(*plan.recording, plan.startFrame, runFrame, buffer, flows);
@@ -40,11 +44,29 @@ void fill(FillSide& side, BufferBase& buffer, AcquisitionThread::Plan& plan, std
     if (!plan.images.empty()) {
       image = plan.images[side.startedCount() % plan.images.size()];
     }
-    buffer.stampTimestamp(buffer.copyImage(std::move(image)));
+    buffer.stampTimestamp(incomplete ? buffer.copyImageIncomplete(std::move(image), scratch)
+                                     : buffer.copyImage(std::move(image)));
   } catch (const std::exception& failure) {
     side.reportFillFailure(failure.what());
   } catch (const error::GenericException& failure) {
     side.reportFillFailure(failure.text().c_str());
+  }
+}
+
+bool every(std::uint64_t period, std::uint64_t frame) { return period != 0 && frame % period == 0; }
+
+// A buffer for a triggered frame: the oldest queued one, or the first one queued from now on.
+// Empty when grabbing ends first.
+std::shared_ptr<Resource> awaitBuffer(FillSide& side) {
+  constexpr auto kPoll = std::chrono::milliseconds(1);
+  for (;;) {
+    if (std::shared_ptr<Resource> resource = side.takeQueuedBuffer()) {
+      return resource;
+    }
+    if (!side.isGrabbing()) {
+      return nullptr;
+    }
+    side.waitUntil(Clock::now() + kPoll);
   }
 }
 
@@ -77,28 +99,62 @@ void AcquisitionThread::copyRecordedFrame(ContainerReader& recording, std::uint6
 }
 
 void AcquisitionThread::run(FillSide& side, Plan plan) noexcept {
-  const bool paced = plan.framePeriod > 0;
+  const bool paced = plan.framePeriod > 0 && !plan.triggered;
   if (paced) {
     platform::beginTimerResolution();
   }
+  CameraLink& camera = *plan.camera;
   try {
     Clock::time_point deadline = Clock::now();
+    // Frames delivered, which the requested number counts, and frame ids, which lost frames use
+    // up as well.
     std::uint64_t runFrame = 0;
+    std::uint64_t frameId = 0;
+    std::uint64_t triggers = plan.seenTriggers;
     std::vector<FlowRecord> flows;
+    std::vector<std::byte> scratch;
     for (;;) {
       const std::uint64_t wanted = side.numberOfImages();
-      if ((wanted != GENTL_INFINITE && runFrame >= wanted) || !side.isGrabbing()) {
+      if ((wanted != GENTL_INFINITE && runFrame >= wanted) || !side.isGrabbing() || camera.removed()) {
         break;
       }
-      if (std::shared_ptr<Resource> resource = side.takeQueuedBuffer()) {
+      if (plan.triggered) {
+        if (!camera.waitForTrigger(triggers, [&] { return !side.isGrabbing() || camera.removed(); })) {
+          break;
+        }
+        ++triggers;
+      }
+      // Numbered from 1, as the fault periods count.
+      const std::uint64_t frame = frameId + 1;
+      const bool lost = every(plan.lostEvery, frame);
+      // Claimed before a buffer is taken, so that a refusal never strands one.
+      const CameraLink::Claim claim = camera.claimFrame();
+      std::shared_ptr<Resource> resource;
+      if (claim == CameraLink::Claim::Refused) {
+        // Another stream holds the camera's last frame: it is unplugged, or the claim comes back.
+        std::this_thread::yield();
+      } else if (lost) {
+        camera.returnClaim();
+        ++frameId;
+      } else if (resource = plan.triggered ? awaitBuffer(side) : side.takeQueuedBuffer(); resource == nullptr) {
+        camera.returnClaim();
+      }
+      if (resource != nullptr) {
         BufferBase& buffer = resource->buffer();
-        fill(side, buffer, plan, runFrame, flows);
-        buffer.setFrameId(runFrame);
+        fill(side, buffer, plan, runFrame, every(plan.incompleteEvery, frame), flows, scratch);
+        buffer.setFrameId(frameId);
         side.deliver(std::move(resource));
+        if (every(plan.errorEvery, frame)) {
+          side.reportFillFailure(("Device error injected at frame id " + std::to_string(frameId)).c_str());
+        }
         ++runFrame;
-      } else {
+        ++frameId;
+        if (claim == CameraLink::Claim::Last) {
+          camera.unplug();
+        }
+      } else if (!plan.triggered && claim != CameraLink::Claim::Refused && !lost) {
         // The same frame is tried again next period: frame ids stay dense across underruns.
-        std::fprintf(stderr, "Warning: buffer underrun at frame %llu\n", static_cast<unsigned long long>(runFrame));
+        std::fprintf(stderr, "Warning: buffer underrun at frame %llu\n", static_cast<unsigned long long>(frameId));
         std::fflush(stderr);
       }
       if (paced) {

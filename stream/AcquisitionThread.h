@@ -8,13 +8,16 @@
 #include "source/ContainerReader.h"
 #include "source/SourceImage.h"
 #include "stream/BufferBase.h"
+#include "stream/CameraLink.h"
 #include "stream/FillSide.h"
 
 namespace lumo::mockTL {
 
 // The thread that produces a grabbing stream's frames. Once per frame period it takes the oldest
 // queued buffer, fills it, stamps it and delivers it; without a queued buffer it prints the
-// underrun warning and tries the same frame again one period later. Deadlines are absolute, so the
+// underrun warning and tries the same frame again one period later. In software-trigger mode it
+// waits for a trigger instead of a deadline, and for a buffer when none is queued, so that no
+// trigger is lost. Once the camera is unplugged it delivers nothing more. Deadlines are absolute, so the
 // mean rate is one frame per period without drift; a frame that comes late restarts the schedule
 // from that moment instead of catching up. It ends when grabbing ends or the requested number of
 // frames has been delivered.
@@ -38,6 +41,16 @@ class AcquisitionThread {
     // (startFrame + n) mod its frame count.
     ContainerReader* recording = nullptr;
     std::uint64_t startFrame = 0;
+    // The device's camera, which the stream outlives the thread with: its software trigger
+    // (when on, a frame per trigger beyond `seenTriggers` and no pacing) and its removal.
+    CameraLink* camera = nullptr;
+    bool triggered = false;
+    std::uint64_t seenTriggers = 0;
+    // Faults injected on every N-th frame of the run, counted from 1; 0 never. A lost frame uses
+    // up its frame id and a trigger but no buffer.
+    std::uint64_t incompleteEvery = 0;
+    std::uint64_t lostEvery = 0;
+    std::uint64_t errorEvery = 0;
   };
 
   // Copies flow set (startFrame + runFrame) mod frame count of `recording` into `buffer`'s

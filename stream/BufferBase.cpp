@@ -108,6 +108,24 @@ FrameContent BufferBase::copyImage(std::shared_ptr<const SourceImage> image) {
   return content;
 }
 
+FrameContent BufferBase::copyImageIncomplete(std::shared_ptr<const SourceImage> image,
+                                             std::vector<std::byte>& scratch) {
+  if (stream_.expired()) {
+    streamGone();
+  }
+  const Segment first = segments_.front();
+  scratch.resize(first.size);
+  std::vector<Segment> written = segments_;
+  written.front().base = scratch.data();
+  const FrameContent content = fillingStream_->writeFrame(written, image.get());
+  const std::uint64_t filled = std::min(first.size, dataSize_) / 2;
+  std::memcpy(first.base, scratch.data(), filled);
+  filledSize_ = filled;
+  std::lock_guard lock(moduleMutex());
+  lastSourceImage_ = std::move(image);
+  return content;
+}
+
 void BufferBase::copyFlowData(std::span<const FlowRecord> flows) {
   static_cast<void>(flows);
   throw std::logic_error("Buffer class does not implement CopyFlowData");
@@ -129,9 +147,10 @@ void BufferBase::GetBufferInfo(BUFFER_INFO_CMD command, INFO_DATATYPE& type, voi
   switch (command) {
     case BUFFER_INFO_BASE:
       return info::ReportInfoNumeric(type, destination, size, static_cast<const void*>(first.base));
-    case BUFFER_INFO_SIZE:
-    // Always the whole segment: a frame fills it or leaves it as it was.
-    case BUFFER_INFO_SIZE_FILLED: return count(first.size);
+    case BUFFER_INFO_SIZE: return count(first.size);
+    // The whole segment: a frame fills it or leaves it as it was; only an incomplete frame (a
+    // fault injected on request) says how far it came.
+    case BUFFER_INFO_SIZE_FILLED: return count(isIncomplete() ? filledSize_.load() : first.size);
     case BUFFER_INFO_TIMESTAMP:
     case BUFFER_INFO_TIMESTAMP_NS: return number(timestamp_);
     case BUFFER_INFO_NEW_DATA: return flag(newData_);

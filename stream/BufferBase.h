@@ -87,6 +87,14 @@ class BufferBase : public SpecificModule<void*> {
   // which the stream outlives. Throws std::invalid_argument "The given data stream handle is not
   // valid." when the stream is gone, and what writeFrame throws.
   virtual FrameContent copyImage(std::shared_ptr<const SourceImage> image);
+  // copyImage for a frame that arrives incomplete: the frame is written with `scratch` in place of
+  // the first segment, and only the first half of the payload reaches that segment, whose tail
+  // keeps what it held. The buffer then reports itself incomplete with that filled size until its
+  // next fill.
+  FrameContent copyImageIncomplete(std::shared_ptr<const SourceImage> image, std::vector<std::byte>& scratch);
+  bool isIncomplete() const { return filledSize_ != kComplete; }
+  // Before a whole frame is written.
+  void markComplete() { filledSize_ = kComplete; }
   // Copies a recorded frame's flows into the segments. Only composite buffers take flows: this
   // throws std::logic_error "Buffer class does not implement CopyFlowData".
   virtual void copyFlowData(std::span<const FlowRecord> flows);
@@ -113,6 +121,9 @@ class BufferBase : public SpecificModule<void*> {
   std::atomic<std::uint64_t> timestamp_;
   std::atomic<bool> queued_{false};
   std::atomic<bool> newData_{false};
+  // The bytes an incomplete frame wrote into the first segment; kComplete after a whole frame.
+  static constexpr std::uint64_t kComplete = ~std::uint64_t{0};
+  std::atomic<std::uint64_t> filledSize_{kComplete};
   // Guarded by the module mutex.
   std::shared_ptr<const SourceImage> lastSourceImage_;
 };

@@ -86,10 +86,10 @@ std::shared_ptr<Resource> makeResource(const char* where, Make make, void* priva
 }  // namespace
 
 DataStream::DataStream(const std::shared_ptr<Module>& device, StreamConfiguration configuration,
-                       std::shared_ptr<const CameraLink> camera)
+                       std::shared_ptr<CameraLink> camera)
     : SpecificModule(device),
       configuration_(std::move(configuration)),
-      camera_(camera != nullptr ? std::move(camera) : std::make_shared<const CameraLink>()) {
+      camera_(camera != nullptr ? std::move(camera) : std::make_shared<CameraLink>()) {
   if (configuration_.isStreamFile) {
     try {
       openRecording();
@@ -419,6 +419,10 @@ void DataStream::startGrabbing(ACQ_START_FLAGS flags, std::uint64_t numberOfImag
   numberOfImages_.exchange(numberOfImages);
   AcquisitionThread::Plan plan;
   plan.framePeriod = static_cast<std::int64_t>(camera_->framePeriod());
+  plan.camera = camera_.get();
+  plan.triggered = camera_->softwareTrigger();
+  // Triggers fired before the start are not this run's.
+  plan.seenTriggers = camera_->triggers();
   {
     std::lock_guard lock(settingsMutex_);
     plan.images = sourceImages_;
@@ -426,6 +430,9 @@ void DataStream::startGrabbing(ACQ_START_FLAGS flags, std::uint64_t numberOfImag
       plan.recording = recording_.get();
       plan.startFrame = genDC_.streamFileStartFrameId;
     }
+    plan.incompleteEvery = configuration_.incompleteFrameEvery;
+    plan.lostEvery = configuration_.lostFrameEvery;
+    plan.errorEvery = configuration_.errorEventEvery;
   }
   std::lock_guard lock(moduleMutex());
   if (grabbing_) {
@@ -467,6 +474,7 @@ void DataStream::endAcquisitionLocked() {
     grabbing_ = false;
   }
   wake_.notify_all();
+  camera_->wakeWaiters();
   if (acquisition_.joinable()) {
     acquisition_.join();
   }

@@ -69,7 +69,7 @@ class DataStream final : public SpecificModule<void*>,
   // (the reader's status and text) is what open() throws.
   // `camera` is what the device's camera tells its streams; a stream of its own when none is given.
   DataStream(const std::shared_ptr<Module>& device, StreamConfiguration configuration,
-             std::shared_ptr<const CameraLink> camera = nullptr);
+             std::shared_ptr<CameraLink> camera = nullptr);
   ~DataStream() override;
 
   const std::string& id() const { return configuration_.id; }
@@ -79,6 +79,8 @@ class DataStream final : public SpecificModule<void*>,
   // the device's close clears the flag.
   void open();
   bool isOpen() const { return open_; }
+  // Lets the stream be opened again: only for the device's close after its camera was unplugged.
+  void forgetOpen() { open_ = false; }
   bool isGrabbing() const override { return grabbing_; }
 
   // --- Buffer management. Each returns the Resource the consumer then knows by its buffer's
@@ -238,7 +240,7 @@ class DataStream final : public SpecificModule<void*>,
   std::mutex wakeMutex_;
   std::condition_variable wake_;
   AcquisitionThread acquisition_;  // under the module mutex
-  const std::shared_ptr<const CameraLink> camera_;
+  const std::shared_ptr<CameraLink> camera_;
 };
 
 }  // namespace lumo::mockTL

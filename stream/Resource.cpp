@@ -19,7 +19,7 @@ void Resource::GetBufferInfo(BUFFER_INFO_CMD command, INFO_DATATYPE& type, void*
     case BUFFER_INFO_USER_PTR: return info::ReportInfoNumeric(type, destination, size, privateData_);
     case BUFFER_INFO_IS_ACQUIRING:
       throw GenericException(GC_ERR_NOT_AVAILABLE, where, "the buffer-is-acquiring info currently not implemented");
-    case BUFFER_INFO_IS_INCOMPLETE:
+    case BUFFER_INFO_IS_INCOMPLETE: return info::ReportInfoNumeric(type, destination, size, base_->isIncomplete());
     case BUFFER_INFO_DATA_LARGER_THAN_BUFFER: return info::ReportInfoNumeric(type, destination, size, false);
     case BUFFER_INFO_TLTYPE: return info::ReportInfoString(type, destination, size, identity::kTransportLayerType);
     case BUFFER_INFO_FILENAME:

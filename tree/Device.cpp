@@ -47,6 +47,8 @@ std::shared_ptr<Device> Device::create(const std::shared_ptr<Module>& iface, Dev
 
 Device::Device(const std::shared_ptr<Module>& iface, DeviceConfiguration configuration)
     : SpecificModule(iface), configuration_(std::move(configuration)) {
+  camera_->setSoftwareTrigger(configuration_.softwareTrigger);
+  camera_->setRemoveAfterFrames(configuration_.removeAfterFrames);
   initRegisterMap();
 }
 
@@ -124,12 +126,21 @@ void Device::close() {
   for (const auto& stream : dataStreams_) {
     stream->haltAcquisition();
   }
+  // A camera that was unplugged comes back with the next open, as a new camera would: its
+  // streams may be opened again and its frames count afresh.
+  if (camera_->removed()) {
+    for (const auto& stream : dataStreams_) {
+      stream->forgetOpen();
+    }
+    camera_->reconnect();
+  }
 }
 
 std::shared_ptr<RemoteDevice> Device::remoteDevice() {
   std::lock_guard lock(moduleMutex());
   if (!remoteDevice_) {
     remoteDevice_ = published(std::make_shared<RemoteDevice>(shared_from_this(), camera_));
+    camera_->setRemovalEvent(remoteDevice_->removalEvent(), configuration_.id);
   }
   return remoteDevice_;
 }

@@ -326,7 +326,10 @@ void RemoteDevice::WriteUint32RegImpl(std::uint32_t id, std::uint32_t value) {
     case kTestGenDCImageCount: return stream->setGenDCImageCount(value);
     case kSourceSelector: return setSelectedDataStream(value);
     case kSleepBetweenFrames: camera_->setFramePeriod(value); return;
-    case kTriggerSoftware: ++triggerCount_; return;
+    case kTriggerSoftware:
+      ++triggerCount_;
+      camera_->trigger();
+      return;
     case kFileSelector: return FileAccess::instance().selectFile(value);
     case kFileOperationSelector: return FileAccess::instance().selectOperation(value);
     case kFileAccessOffset: return FileAccess::instance().setAccessOffset(value);
