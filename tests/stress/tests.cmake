@@ -3,5 +3,6 @@
 list(APPEND LMMOCKTL_STRESS_TESTS
   "${CMAKE_CURRENT_LIST_DIR}/DeliveryAccountingTest.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/OpenCloseCyclesTest.cpp"
+  "${CMAKE_CURRENT_LIST_DIR}/RemovalDuringGrabTest.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/StreamHammerTest.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/TeardownWhileGrabbingTest.cpp")
