@@ -3,7 +3,7 @@
 // pacing accuracy, the consumer's wake-up latency, scaling over many streams and the cost of an
 // idle grabbing stream. Each measurement is repeated and reported as median [min, max].
 //
-//   lmmocktl_stream_bench [--runs N] [--seconds S] [--data DIR]
+//   lmmocktl_stream_bench [--runs N] [--seconds S] [--data DIR] [--only trigger]
 //
 // DIR receives the plot data (scale.dat, peer.dat). Prints Markdown tables; exits 1 when a
 // target is missed.
@@ -41,6 +41,8 @@ using Clock = std::chrono::steady_clock;
 
 constexpr int kBuffers = 8;
 constexpr std::uint32_t kSleepBetweenFramesAddress = 0x60;
+constexpr std::uint32_t kTriggerSoftwareAddress = 0x4;
+constexpr int kTriggers = 1000;
 constexpr int kPacedFrames = 300;
 
 // CLOCK_MONOTONIC in nanoseconds: the clock the producer stamps BUFFER_INFO_TIMESTAMP_NS with.
@@ -156,7 +158,9 @@ constexpr const char* kConfiguration = R"({
       {"ID": "Scale2", "Streams": [{"ID": "S20", "Width": 640, "Height": 480}, {"ID": "S21", "Width": 640, "Height": 480},
                                    {"ID": "S22", "Width": 640, "Height": 480}, {"ID": "S23", "Width": 640, "Height": 480}]},
       {"ID": "Scale3", "Streams": [{"ID": "S30", "Width": 640, "Height": 480}, {"ID": "S31", "Width": 640, "Height": 480},
-                                   {"ID": "S32", "Width": 640, "Height": 480}, {"ID": "S33", "Width": 640, "Height": 480}]}]}]
+                                   {"ID": "S32", "Width": 640, "Height": 480}, {"ID": "S33", "Width": 640, "Height": 480}]}]},
+    {"ID": "Trig", "Devices": [{"ID": "Trig0", "TriggerMode": "Software", "Streams": [
+      {"ID": "T", "Width": 640, "Height": 480}]}]}]
 })";
 
 // One open data stream with kBuffers producer-allocated buffers and its new-buffer event. A stream
@@ -258,6 +262,15 @@ class Cameras {
     std::unique_ptr<Stream>& stream = streams_[deviceId + "/" + streamId];
     if (stream == nullptr) stream = std::make_unique<Stream>(gentl_, device(ifaceId, deviceId), streamId.c_str());
     return *stream;
+  }
+
+  // Executes the device's TriggerSoftware command.
+  void trigger(DEV_HANDLE device) {
+    PORT_HANDLE port = nullptr;
+    gentl_.check(gentl_.DevGetPort(device, &port), "DevGetPort");
+    std::uint32_t execute = 0;
+    size_t size = sizeof execute;
+    gentl_.check(gentl_.GCWritePort(port, kTriggerSoftwareAddress, &execute, &size), "GCWritePort");
   }
 
   // The device's frame period (SleepBetweenFrames), taken by its streams at their next start.
@@ -465,12 +478,86 @@ IdleResult idleGrab(Cameras& cameras, std::uint32_t periodNs, double seconds) {
   return {cpu / wall, consumerCpu * 1e3};
 }
 
+// Trigger to delivery in microseconds: from the TriggerSoftware write returning to EventGetData
+// returning, one trigger at a time with the buffer requeued in between, as a consumer that
+// triggers its camera frame by frame does.
+std::vector<double> triggerLatencies(Cameras& cameras) {
+  const DEV_HANDLE device = cameras.device("Trig", "Trig0");
+  Stream& stream = cameras.stream("Trig", "Trig0", "T");
+  stream.start();
+  std::vector<double> latencies;
+  for (int k = 0; k < kTriggers; ++k) {
+    cameras.trigger(device);
+    const auto fired = Clock::now();
+    const BUFFER_HANDLE buffer = stream.wait(5000);
+    const auto arrived = Clock::now();
+    if (buffer == nullptr) throw std::runtime_error("a trigger brought no frame within 5 s");
+    latencies.push_back(std::chrono::duration<double, std::micro>(arrived - fired).count());
+    stream.requeue(buffer);
+  }
+  stream.stop();
+  return latencies;
+}
+
+// The machine's hand-over: a token passed from one thread to another that sleeps in a condition
+// variable, timed from before the notify to the waiter's return.
+std::vector<double> referenceHandoffs() {
+  std::mutex mutex;
+  std::condition_variable handed;
+  int token = 0;
+  Clock::time_point sent;
+  std::vector<double> latencies;
+  std::thread waiter([&] {
+    for (int k = 1; k <= kTriggers; ++k) {
+      std::unique_lock lock(mutex);
+      handed.wait(lock, [&] { return token >= k; });
+      latencies.push_back(std::chrono::duration<double, std::micro>(Clock::now() - sent).count());
+    }
+  });
+  for (int k = 1; k <= kTriggers; ++k) {
+    // Long enough for the waiter to be asleep again, as the consumer is when its frame comes.
+    std::this_thread::sleep_for(std::chrono::microseconds(200));
+    {
+      std::lock_guard lock(mutex);
+      sent = Clock::now();
+      token = k;
+    }
+    handed.notify_one();
+  }
+  waiter.join();
+  return latencies;
+}
+
+const char* verdict(bool met) { return met ? "met" : "**MISSED**"; }
+
+void reportTriggerLatency(Cameras& cameras, int runs, bool& allMet) {
+  std::printf("\n### Software trigger to delivery (640 x 480 Mono8), %d triggers a run\n\n", kTriggers);
+  std::printf("| who | p50 us | p99 us |\n|---|---|---|\n");
+  Spread producer50, producer99, reference50, reference99;
+  for (int r = 0; r < runs; ++r) {
+    const std::vector<double> reference = referenceHandoffs();
+    const std::vector<double> producer = triggerLatencies(cameras);
+    reference50.runs.push_back(quantile(reference, 0.5));
+    reference99.runs.push_back(quantile(reference, 0.99));
+    producer50.runs.push_back(quantile(producer, 0.5));
+    producer99.runs.push_back(quantile(producer, 0.99));
+  }
+  const double ratio = producer50.median() / reference50.median();
+  const bool met = ratio <= 1.2 && producer99.median() <= 1000;
+  allMet = allMet && met;
+  std::printf("| LmMockTL | %s (%.2f x the reference) %s | %s |\n", producer50.text("%.1f").c_str(), ratio,
+              verdict(met), producer99.text("%.1f").c_str());
+  std::printf("| reference thread pair | %s | %s |\n", reference50.text("%.1f").c_str(),
+              reference99.text("%.1f").c_str());
+}
+
 // --- Report ---
 
 struct Options {
   int runs = 5;
   double seconds = 2.0;
   std::filesystem::path data;
+  bool triggerOnly = false;
 };
 
 Options parse(int argc, char** argv) {
@@ -483,14 +570,14 @@ Options parse(int argc, char** argv) {
       options.seconds = std::max(0.1, std::atof(argv[i + 1]));
     } else if (name == "--data") {
       options.data = argv[i + 1];
+    } else if (name == "--only" && std::string(argv[i + 1]) == "trigger") {
+      options.triggerOnly = true;
     } else {
       throw std::runtime_error("unknown option " + name);
     }
   }
   return options;
 }
-
-const char* verdict(bool met) { return met ? "met" : "**MISSED**"; }
 
 int run(const Options& options) {
   const std::filesystem::path configuration =
@@ -509,6 +596,10 @@ int run(const Options& options) {
   bool allMet = true;
   const Window window{0.2, options.seconds};
   std::printf("Each figure: median [min, max] of %d runs.\n\n", options.runs);
+  if (options.triggerOnly) {
+    reportTriggerLatency(cameras, options.runs, allMet);
+    return allMet ? 0 : 1;
+  }
 
   // 1. Unpaced delivery against the memcpy loop and the peer.
   std::printf("### Unpaced delivery, 1920 x 1080, %d buffers, one consumer thread, %.1f s per run\n\n", kBuffers,
@@ -642,6 +733,8 @@ int run(const Options& options) {
     std::printf("| %s | %s | %s %s |\n", period == 0 ? "0 (unpaced)" : "10 ms", share.text("%.3f").c_str(),
                 consumer.text("%.2f").c_str(), verdict(consumerMet));
   }
+  // 7. Software trigger.
+  reportTriggerLatency(cameras, options.runs, allMet);
   return allMet ? 0 : 1;
 }
 
