@@ -50,6 +50,8 @@ void Acquisition::announce(unsigned bufferCount, std::size_t payloadSize,
     gentl_.check(gentl_.DSQueueBuffer(stream_, buffer), "DSQueueBuffer");
   }
   gentl_.check(gentl_.GCRegisterEvent(stream_, EVENT_NEW_BUFFER, &newBuffer_), "GCRegisterEvent");
+  // Counted, not required: a producer without a stream error event streams all the same.
+  if (gentl_.GCRegisterEvent(stream_, EVENT_ERROR, &errors_) != GC_ERR_SUCCESS) errors_ = nullptr;
 }
 
 Acquisition::FlowLayout Acquisition::flowLayout() const {
@@ -92,7 +94,9 @@ void Acquisition::release() {
   buffers_.clear();
   blocks_.clear();
   if (newBuffer_ != nullptr) gentl_.GCUnregisterEvent(stream_, EVENT_NEW_BUFFER);
+  if (errors_ != nullptr) gentl_.GCUnregisterEvent(stream_, EVENT_ERROR);
   newBuffer_ = nullptr;
+  errors_ = nullptr;
   gentl_.DSClose(stream_);
   stream_ = nullptr;
 }
@@ -104,12 +108,26 @@ void Acquisition::start(std::uint64_t count) {
 }
 
 Acquisition::Frame Acquisition::next(std::uint64_t timeoutMs) {
+  if (std::optional<Frame> frame = tryNext(timeoutMs)) return *frame;
+  throw ToolError("no frame arrived within " + std::to_string(timeoutMs) + " ms: " + gentl_.lastError());
+}
+
+std::uint64_t Acquisition::takeErrorEvents() {
+  std::uint64_t count = 0;
+  char item[256];
+  size_t size = sizeof(item);
+  while (errors_ != nullptr && gentl_.EventGetData(errors_, item, &size, 0) == GC_ERR_SUCCESS) {
+    ++count;
+    size = sizeof(item);
+  }
+  return count;
+}
+
+std::optional<Acquisition::Frame> Acquisition::tryNext(std::uint64_t timeoutMs) {
   EVENT_NEW_BUFFER_DATA data{};
   size_t size = sizeof(data);
   const GC_ERROR result = gentl_.EventGetData(newBuffer_, &data, &size, timeoutMs);
-  if (result == GC_ERR_TIMEOUT) {
-    throw ToolError("no frame arrived within " + std::to_string(timeoutMs) + " ms: " + gentl_.lastError());
-  }
+  if (result == GC_ERR_TIMEOUT) return std::nullopt;
   gentl_.check(result, "EventGetData");
   Frame frame;
   frame.buffer = data.BufferHandle;
@@ -132,6 +150,10 @@ Acquisition::Frame Acquisition::next(std::uint64_t timeoutMs) {
   frame.paddingX = bufferInfo<size_t>(frame.buffer, BUFFER_INFO_XPADDING, 0);
   frame.pixelFormat = bufferInfo<std::uint64_t>(frame.buffer, BUFFER_INFO_PIXELFORMAT, 0);
   frame.incomplete = bufferInfo<bool8_t>(frame.buffer, BUFFER_INFO_IS_INCOMPLETE, 0) != 0;
+  if (frame.incomplete && blocks_.empty()) {
+    // Kept whole: the part that never came shows what the buffer held before, as on a real link.
+    frame.sizeFilled = bufferInfo<size_t>(frame.buffer, BUFFER_INFO_SIZE, frame.sizeFilled);
+  }
   if (frame.base == nullptr) throw ToolError("DSGetBufferInfo(BUFFER_INFO_BASE) failed: " + gentl_.lastError());
   return frame;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -56,6 +57,11 @@ class Acquisition {
   void start(std::uint64_t count);
   // Waits up to `timeoutMs` for the next filled buffer. Throws ToolError on a timeout.
   Frame next(std::uint64_t timeoutMs);
+  // The same, empty on a timeout.
+  std::optional<Frame> tryNext(std::uint64_t timeoutMs);
+  // The items the stream's error event received since the last call (0 when the producer offers
+  // no error event).
+  std::uint64_t takeErrorEvents();
   void requeue(const Frame& frame);
   void stop();
 
@@ -80,6 +86,7 @@ class Acquisition {
   // Composite buffers' memory, one block per buffer in the order of buffers_, revoked before freed.
   std::vector<std::vector<std::uint8_t>> blocks_;
   EVENT_HANDLE newBuffer_ = nullptr;
+  EVENT_HANDLE errors_ = nullptr;
   bool started_ = false;
 };
 

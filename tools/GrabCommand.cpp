@@ -31,6 +31,9 @@ struct GrabOptions {
   std::uint64_t timeoutMs = 5000;
   std::optional<std::filesystem::path> out;
   bool raw = false;
+  // Software triggers to execute per stream (0: the camera runs free); the frames that arrive for
+  // them are saved.
+  std::uint64_t triggers = 0;
 };
 
 // A bar on standard error, redrawn in place, for a terminal only: logs get the summary alone.
@@ -63,11 +66,57 @@ struct StreamResult {
   std::uint64_t firstId = 0;
   std::uint64_t lastId = 0;
   std::uint64_t underruns = 0;
+  // What went wrong on the way: frames marked incomplete, frame ids never delivered, items on the
+  // stream's error event, and whether the camera was unplugged.
+  std::uint64_t incomplete = 0;
+  std::uint64_t lost = 0;
+  std::uint64_t errorEvents = 0;
+  bool removed = false;
   double seconds = 0;
   double framesPerSecond = 0;
   std::string format;  // "Mono8 1920 x 1080" from the last frame
   std::vector<std::filesystem::path> files;
 };
+
+// The camera's removal event, registered for one grab when the producer offers it.
+class RemovalWatch {
+ public:
+  RemovalWatch(const GenTLLibrary& gentl, PORT_HANDLE camera) : gentl_(gentl), camera_(camera) {
+    if (gentl_.GCRegisterEvent(camera_, EVENT_REMOTE_DEVICE, &event_) != GC_ERR_SUCCESS) event_ = nullptr;
+  }
+  ~RemovalWatch() {
+    if (event_ != nullptr) gentl_.GCUnregisterEvent(camera_, EVENT_REMOTE_DEVICE);
+  }
+  RemovalWatch(const RemovalWatch&) = delete;
+  RemovalWatch& operator=(const RemovalWatch&) = delete;
+
+  bool removed() {
+    if (event_ == nullptr || removed_) return removed_;
+    char item[256];
+    size_t size = sizeof(item);
+    removed_ = gentl_.EventGetData(event_, item, &size, 0) == GC_ERR_SUCCESS;
+    return removed_;
+  }
+
+ private:
+  const GenTLLibrary& gentl_;
+  PORT_HANDLE camera_;
+  EVENT_HANDLE event_ = nullptr;
+  bool removed_ = false;
+};
+
+// The next frame, waiting in slices so that an unplugged camera ends the wait at once. Empty when
+// the camera is gone, or, for triggered frames (some may be lost), when none came in time.
+std::optional<Acquisition::Frame> nextFrame(Acquisition& acquisition, RemovalWatch& removal,
+                                            const GrabOptions& options) {
+  constexpr std::uint64_t kSlice = 100;
+  for (std::uint64_t waited = 0; waited < options.timeoutMs; waited += kSlice) {
+    if (auto frame = acquisition.tryNext(std::min(kSlice, options.timeoutMs - waited))) return frame;
+    if (removal.removed()) return std::nullopt;
+  }
+  if (options.triggers > 0) return std::nullopt;
+  throw ToolError("no frame arrived within " + std::to_string(options.timeoutMs) + " ms");
+}
 
 StreamResult grabStream(const GenTLLibrary& gentl, DEV_HANDLE device, const GenTLArvDevice* remote,
                         const std::string& streamId, const GrabOptions& options) {
@@ -90,20 +139,33 @@ StreamResult grabStream(const GenTLLibrary& gentl, DEV_HANDLE device, const GenT
   // A few frames wait in memory while the files are written; a slower disk shows as underruns.
   std::optional<FrameWriter> writer;
   if (options.out) writer.emplace(*options.out, options.raw, 8);
-  ProgressBar progress(streamId, options.count);
+  PORT_HANDLE camera = nullptr;
+  gentl.check(gentl.DevGetPort(device, &camera), "DevGetPort");
+  RemovalWatch removal(gentl, camera);
+  const std::uint64_t wanted = options.triggers > 0 ? options.triggers : options.count;
+  ProgressBar progress(streamId, wanted);
   progress.update(0);
   const auto started = std::chrono::steady_clock::now();
   auto firstArrival = started;
   auto lastArrival = started;
   try {
-    acquisition.start(options.count);
-    for (std::uint64_t i = 0; i < options.count; ++i) {
-      const Acquisition::Frame frame = acquisition.next(options.timeoutMs);
+    acquisition.start(options.triggers > 0 ? 0 : options.count);
+    for (std::uint64_t i = 0; i < options.triggers; ++i) {
+      if (remote == nullptr) throw ToolError("--trigger needs the camera's TriggerSoftware feature");
+      FeaturesCommand::apply(*remote, "TriggerSoftware=", true);
+    }
+    for (std::uint64_t i = 0; i < wanted; ++i) {
+      const std::optional<Acquisition::Frame> next = nextFrame(acquisition, removal, options);
+      if (!next) break;
+      const Acquisition::Frame& frame = *next;
       const auto arrived = std::chrono::steady_clock::now();
       if (result.frames == 0) {
         result.firstId = frame.frameId;
         firstArrival = arrived;
+      } else if (frame.frameId > result.lastId + 1) {
+        result.lost += frame.frameId - result.lastId - 1;
       }
+      result.incomplete += frame.incomplete ? 1 : 0;
       lastArrival = arrived;
       result.lastId = frame.frameId;
       ++result.frames;
@@ -134,6 +196,8 @@ StreamResult grabStream(const GenTLLibrary& gentl, DEV_HANDLE device, const GenT
     throw;
   }
   result.underruns = acquisition.underruns();
+  result.errorEvents = acquisition.takeErrorEvents();
+  result.removed = removal.removed();
   if (lockable) FeaturesCommand::apply(*remote, "TLParamsLocked=0", true);
   return result;
 }
@@ -156,14 +220,15 @@ void selectSource(const GenTLArvDevice& remote, std::size_t index) {
 
 const char* GrabCommand::help() {
   return "usage: lmmocktl [--cti PATH] grab [DEVICE] [--stream ID|all] [--count N] [--buffers K]\n"
-         "                [--out DIR] [--raw] [--timeout MS] [NAME=VALUE ...]\n"
+         "                [--out DIR] [--raw] [--timeout MS] [--trigger N] [NAME=VALUE ...]\n"
          "\n"
          "Sets the features (in order, on the camera), grabs N frames from the stream and, with\n"
          "--out, writes each as a PNG file <stream>-<frame id>.png: 8-bit gray for 8-bit mono and\n"
          "Bayer (the mosaic as it is), 16-bit gray for 10- to 16-bit mono and Bayer with the values\n"
          "kept, RGB for colour; packed formats are unpacked; GenDC containers are split into their\n"
          "image parts, <stream>-<frame id>-c<component>p<part>.png. Prints a summary per stream and the\n"
-         "files written.\n"
+         "files written; frames that came incomplete or never came (frame-id gaps), items on the\n"
+         "stream's error event and an unplugged camera get a line of their own.\n"
          "\n"
          "  DEVICE        a device id, or INTERFACE/DEVICE; the first device when left out\n"
          "  --stream ID   the stream to grab (the first one by default); 'all' grabs every stream\n"
@@ -172,7 +237,9 @@ const char* GrabCommand::help() {
          "  --buffers K   buffers to announce (4)\n"
          "  --out DIR     write the frames there (created if missing); without it, only count\n"
          "  --raw         also write each buffer's bytes as <stream>-<frame id>.raw\n"
-         "  --timeout MS  how long to wait for one frame (5000)\n";
+         "  --timeout MS  how long to wait for one frame (5000)\n"
+         "  --trigger N   for a camera in software-trigger mode: execute TriggerSoftware N times\n"
+         "                per stream and save the frames that arrive (--count is not used)\n";
 }
 
 int GrabCommand::run(const GenTLLibrary& gentl, CommandLine& line) {
@@ -184,6 +251,7 @@ int GrabCommand::run(const GenTLLibrary& gentl, CommandLine& line) {
   options.count = line.number("count", 1, 1000000).value_or(options.count);
   options.buffers = static_cast<unsigned>(line.number("buffers", 1, 1000).value_or(options.buffers));
   options.timeoutMs = line.number("timeout", 1, 3600000).value_or(options.timeoutMs);
+  options.triggers = line.number("trigger", 1, 1000000).value_or(0);
   if (auto out = line.option("out")) options.out = *out;
   options.raw = line.flag("raw");
   if (options.raw && !options.out) throw ToolError("--raw needs --out", ToolError::kUsage);
@@ -243,6 +311,12 @@ int GrabCommand::run(const GenTLLibrary& gentl, CommandLine& line) {
                 result.framesPerSecond * bytesPerFrame / 1e6, static_cast<unsigned long long>(result.firstId),
                 static_cast<unsigned long long>(result.lastId), static_cast<unsigned long long>(result.underruns),
                 result.underruns == 1 ? "" : "s");
+    if (result.incomplete + result.lost + result.errorEvents > 0 || result.removed) {
+      std::printf("%s: %llu incomplete, %llu lost (frame-id gaps), %llu error event%s%s\n", streamId.c_str(),
+                  static_cast<unsigned long long>(result.incomplete), static_cast<unsigned long long>(result.lost),
+                  static_cast<unsigned long long>(result.errorEvents), result.errorEvents == 1 ? "" : "s",
+                  result.removed ? "; the camera was removed" : "");
+    }
     std::fflush(stdout);
     files.insert(files.end(), result.files.begin(), result.files.end());
   }

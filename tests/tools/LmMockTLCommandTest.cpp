@@ -321,6 +321,21 @@ TEST_F(LmMockTLCommand, GrabWithoutOutOnlyCountsEveryStream) {
   EXPECT_EQ(std::distance(fs::directory_iterator(folder_), fs::directory_iterator()), 3);  // config, out, err
 }
 
+// Faults caught: triggers not executed, the frames that came not saved, or a report that misses
+// incomplete frames, frame-id gaps, error events or the camera's removal.
+TEST_F(LmMockTLCommand, TriggeredGrabSavesWhatArrivesAndReportsWhatWentWrong) {
+  std::ofstream(configuration_) << R"({"Interfaces": [{"ID": "I", "Devices": [{"ID": "Cam", "TriggerMode": "Software",
+      "RemoveAfterFrames": 4, "Streams": [{"ID": "A", "Width": 16, "Height": 4, "IncompleteFrameEvery": 2,
+      "LostFrameEvery": 3, "ErrorEventEvery": 4}]}]}]})";
+  const CliRun result = run({"grab", "--trigger", "6", "--out", "shots", "--timeout", "300"});
+  ASSERT_EQ(result.exitCode, 0) << result.err;
+  expectInOrder(result.out, {"A (Mono8 16 x 4): 4 frames in ", "frame ids 0 to 4",
+                             "A: 2 incomplete, 1 lost (frame-id gaps), 1 error event; the camera was removed"});
+  for (const char* file : {"A-000000.png", "A-000001.png", "A-000003.png", "A-000004.png"}) {
+    EXPECT_TRUE(fs::exists(folder_ / "shots" / file)) << file;
+  }
+}
+
 struct RecordCase {
   const char* mapping;  // GenDCFlowMappingConfiguration
   const char* flows;    // as the summary counts them
