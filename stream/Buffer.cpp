@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "module/Info.h"
+#include "base/Info.h"
 
 namespace lumo::mockTL {
 
