@@ -40,7 +40,7 @@ void fill(FillSide& side, BufferBase& buffer, AcquisitionThread::Plan& plan, std
     if (!plan.images.empty()) {
       image = plan.images[side.startedCount() % plan.images.size()];
     }
-    buffer.stampTimestamp(buffer.copyImage(std::move(image)));
+    buffer.stampTimestamp(plan.composer->write(buffer.segments(), image.get()));
   } catch (const std::exception& failure) {
     side.reportFillFailure(failure.what());
   } catch (const error::GenericException& failure) {

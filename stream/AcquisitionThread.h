@@ -9,6 +9,7 @@
 #include "source/SourceImage.h"
 #include "stream/BufferBase.h"
 #include "stream/FillSide.h"
+#include "stream/FrameComposer.h"
 
 namespace lumo::mockTL {
 
@@ -30,6 +31,9 @@ class AcquisitionThread {
   struct Plan {
     // Nanoseconds between frames; 0 or less runs without pause.
     std::int64_t framePeriod = 0;
+    // Writes the frames of images and generated images; owned by the stream, which joins the
+    // thread before it lets go of it.
+    FrameComposer* composer = nullptr;
     // The images of an image-file source, cycled by the stream's started count; empty for
     // generated images.
     std::vector<std::shared_ptr<const SourceImage>> images;
