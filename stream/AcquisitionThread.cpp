@@ -1,8 +1,10 @@
 #include "stream/AcquisitionThread.h"
 
+#include <algorithm>
 #include <cassert>
 #include <chrono>
 #include <cstdio>
+#include <cstring>
 #include <exception>
 #include <functional>
 #include <stdexcept>
@@ -44,8 +46,20 @@ void fill(FillSide& side, BufferBase& buffer, AcquisitionThread::Plan& plan, std
     if (!plan.images.empty()) {
       image = plan.images[side.startedCount() % plan.images.size()];
     }
-    buffer.stampTimestamp(incomplete ? buffer.copyImageIncomplete(std::move(image), scratch)
-                                     : buffer.copyImage(std::move(image)));
+    if (incomplete) {
+      // Written whole into scratch memory, of which the first half of the payload reaches the buffer.
+      std::vector<Segment> written(buffer.segments().begin(), buffer.segments().end());
+      const Segment first = written.front();
+      scratch.resize(first.size);
+      written.front().base = scratch.data();
+      const FrameContent content = plan.composer->write(written, image.get());
+      const std::uint64_t filled = std::min(first.size, buffer.dataSize()) / 2;
+      std::memcpy(first.base, scratch.data(), filled);
+      buffer.markIncomplete(filled);
+      buffer.stampTimestamp(content);
+      return;
+    }
+    buffer.stampTimestamp(plan.composer->write(buffer.segments(), image.get()));
   } catch (const std::exception& failure) {
     side.reportFillFailure(failure.what());
   } catch (const error::GenericException& failure) {
@@ -126,7 +140,7 @@ void AcquisitionThread::run(FillSide& side, Plan plan) noexcept {
       }
       // Numbered from 1, as the fault periods count.
       const std::uint64_t frame = frameId + 1;
-      const bool lost = every(plan.lostEvery, frame);
+      const bool lost = every(plan.faults.lostEvery, frame);
       // Claimed before a buffer is taken, so that a refusal never strands one.
       const CameraLink::Claim claim = camera.claimFrame();
       std::shared_ptr<Resource> resource;
@@ -141,10 +155,10 @@ void AcquisitionThread::run(FillSide& side, Plan plan) noexcept {
       }
       if (resource != nullptr) {
         BufferBase& buffer = resource->buffer();
-        fill(side, buffer, plan, runFrame, every(plan.incompleteEvery, frame), flows, scratch);
+        fill(side, buffer, plan, runFrame, every(plan.faults.incompleteEvery, frame), flows, scratch);
         buffer.setFrameId(frameId);
         side.deliver(std::move(resource));
-        if (every(plan.errorEvery, frame)) {
+        if (every(plan.faults.errorEvery, frame)) {
           side.reportFillFailure(("Device error injected at frame id " + std::to_string(frameId)).c_str());
         }
         ++runFrame;

@@ -10,6 +10,8 @@
 #include "stream/BufferBase.h"
 #include "stream/CameraLink.h"
 #include "stream/FillSide.h"
+#include "stream/FrameComposer.h"
+#include "stream/StreamConfiguration.h"
 
 namespace lumo::mockTL {
 
@@ -33,6 +35,9 @@ class AcquisitionThread {
   struct Plan {
     // Nanoseconds between frames; 0 or less runs without pause.
     std::int64_t framePeriod = 0;
+    // Writes the frames of images and generated images; owned by the stream, which joins the
+    // thread before it lets go of it.
+    FrameComposer* composer = nullptr;
     // The images of an image-file source, cycled by the stream's started count; empty for
     // generated images.
     std::vector<std::shared_ptr<const SourceImage>> images;
@@ -48,9 +53,7 @@ class AcquisitionThread {
     std::uint64_t seenTriggers = 0;
     // Faults injected on every N-th frame of the run, counted from 1; 0 never. A lost frame uses
     // up its frame id and a trigger but no buffer.
-    std::uint64_t incompleteEvery = 0;
-    std::uint64_t lostEvery = 0;
-    std::uint64_t errorEvery = 0;
+    FaultPeriods faults;
   };
 
   // Copies flow set (startFrame + runFrame) mod frame count of `recording` into `buffer`'s

@@ -4,7 +4,6 @@
 #include <array>
 #include <cassert>
 #include <cstring>
-#include <mutex>
 #include <stdexcept>
 
 #include "base/GenericException.h"
@@ -48,7 +47,6 @@ BufferBase::BufferBase(const std::shared_ptr<Module>& parent, std::vector<Segmen
   assert(!segments_.empty());
   const std::shared_ptr<DataStream> stream = requireStream(parent);
   stream_ = stream;
-  fillingStream_ = stream.get();
   moduleId_ = moduleIdOf(segments_.front().base);
   const ImageGeometry geometry = stream->imageGeometry();
   const std::uint64_t bitsPerPixel = pfnc::bitsPerPixel(geometry.pixelFormat);
@@ -98,42 +96,9 @@ std::int32_t BufferBase::payloadType() const {
   return lockStream()->usesFlows() ? PAYLOAD_TYPE_GENDC : PAYLOAD_TYPE_IMAGE;
 }
 
-FrameContent BufferBase::copyImage(std::shared_ptr<const SourceImage> image) {
-  if (stream_.expired()) {
-    streamGone();
-  }
-  const FrameContent content = fillingStream_->writeFrame(segments_, image.get());
-  std::lock_guard lock(moduleMutex());
-  lastSourceImage_ = std::move(image);
-  return content;
-}
-
-FrameContent BufferBase::copyImageIncomplete(std::shared_ptr<const SourceImage> image,
-                                             std::vector<std::byte>& scratch) {
-  if (stream_.expired()) {
-    streamGone();
-  }
-  const Segment first = segments_.front();
-  scratch.resize(first.size);
-  std::vector<Segment> written = segments_;
-  written.front().base = scratch.data();
-  const FrameContent content = fillingStream_->writeFrame(written, image.get());
-  const std::uint64_t filled = std::min(first.size, dataSize_) / 2;
-  std::memcpy(first.base, scratch.data(), filled);
-  filledSize_ = filled;
-  std::lock_guard lock(moduleMutex());
-  lastSourceImage_ = std::move(image);
-  return content;
-}
-
 void BufferBase::copyFlowData(std::span<const FlowRecord> flows) {
   static_cast<void>(flows);
   throw std::logic_error("Buffer class does not implement CopyFlowData");
-}
-
-std::shared_ptr<const SourceImage> BufferBase::lastSourceImage() {
-  std::lock_guard lock(moduleMutex());
-  return lastSourceImage_;
 }
 
 void BufferBase::GetBufferInfo(BUFFER_INFO_CMD command, INFO_DATATYPE& type, void* destination, std::size_t& size) {

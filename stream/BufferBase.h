@@ -10,7 +10,6 @@
 
 #include "base/GenTL.h"
 #include "module/Module.h"
-#include "source/SourceImage.h"
 
 namespace lumo::mockTL {
 
@@ -35,7 +34,9 @@ struct FlowRecord {
 // What every GenTL buffer module has: the memory it was announced with (one or more segments),
 // the image settings of its stream frozen at creation, and the state the acquisition thread writes
 // while it fills the buffer. Its BUFFER_HANDLE is its own address. Buffers are made by their data
-// stream and reached through the stream's Resource wrapper.
+// stream and reached through the stream's Resource wrapper. A buffer is written into, it does not
+// fetch its frame: the acquisition thread hands its segments to the stream's frame composer, so
+// that a fill never reaches back up from a buffer into its stream.
 //
 // Threads: the acquisition thread writes the frame id, the timestamp, the new-data flag and the
 // memory while consumer threads read them; those fields are atomics (the timestamp register also
@@ -80,25 +81,16 @@ class BufferBase : public SpecificModule<void*> {
   bool isGenDC() const { return payloadType() == PAYLOAD_TYPE_GENDC; }
   bool isMultiPart() const { return payloadType() == PAYLOAD_TYPE_MULTI_PART; }
 
-  // Writes one frame of the stream's current settings (DataStream::writeFrame): a copy of
-  // `image`, or the stream's generated image when there is none, into the first segment, or a
-  // GenDC container carrying it; a segment too small for the stream's image is left as it is.
-  // Remembers `image` as the last source image. Called on the stream's acquisition thread only,
-  // which the stream outlives. Throws std::invalid_argument "The given data stream handle is not
-  // valid." when the stream is gone, and what writeFrame throws.
-  virtual FrameContent copyImage(std::shared_ptr<const SourceImage> image);
-  // copyImage for a frame that arrives incomplete: the frame is written with `scratch` in place of
-  // the first segment, and only the first half of the payload reaches that segment, whose tail
-  // keeps what it held. The buffer then reports itself incomplete with that filled size until its
-  // next fill.
-  FrameContent copyImageIncomplete(std::shared_ptr<const SourceImage> image, std::vector<std::byte>& scratch);
-  bool isIncomplete() const { return filledSize_ != kComplete; }
-  // Before a whole frame is written.
+  // An incomplete frame (a fault injected on request) wrote only the first `filled` bytes of the
+  // first segment; the buffer says so until its next fill, which starts with markComplete().
+  void markIncomplete(std::uint64_t filled) { filledSize_ = filled; }
   void markComplete() { filledSize_ = kComplete; }
+  bool isIncomplete() const { return filledSize_ != kComplete; }
+  // The stream's payload size when the buffer was made.
+  std::uint64_t dataSize() const { return dataSize_; }
   // Copies a recorded frame's flows into the segments. Only composite buffers take flows: this
   // throws std::logic_error "Buffer class does not implement CopyFlowData".
   virtual void copyFlowData(std::span<const FlowRecord> flows);
-  std::shared_ptr<const SourceImage> lastSourceImage();
 
  protected:
   // The stream, for a query on a consumer thread; throws std::invalid_argument when it is gone.
@@ -106,9 +98,6 @@ class BufferBase : public SpecificModule<void*> {
 
  private:
   std::weak_ptr<DataStream> stream_;
-  // The same stream for the acquisition thread, which checks stream_ first: the stream joins
-  // that thread before it goes, so the thread never holds (and never drops) the last reference.
-  DataStream* fillingStream_;
   std::vector<Segment> segments_;
   std::string moduleId_;
   std::uint32_t width_;
@@ -124,8 +113,6 @@ class BufferBase : public SpecificModule<void*> {
   // The bytes an incomplete frame wrote into the first segment; kComplete after a whole frame.
   static constexpr std::uint64_t kComplete = ~std::uint64_t{0};
   std::atomic<std::uint64_t> filledSize_{kComplete};
-  // Guarded by the module mutex.
-  std::shared_ptr<const SourceImage> lastSourceImage_;
 };
 
 }  // namespace lumo::mockTL

@@ -4,19 +4,12 @@
 #include <cassert>
 #include <cstring>
 #include <new>
-#include <stdexcept>
 #include <string_view>
 #include <utility>
 
 #include "base/GenericException.h"
 #include "base/Info.h"
-#include "gendc/Container.h"
-#include "gendc/ContainerDescriptor.h"
-#include "gendc/DescriptorReader.h"
-#include "gendc/FlowMappingTable.h"
 #include "module/ProducerIdentity.h"
-#include "source/Pfnc.h"
-#include "stream/ImageTransfer.h"
 
 namespace lumo::mockTL {
 
@@ -36,20 +29,8 @@ enum : std::uint32_t {
   kStreamIdRegister = 4008,
 };
 
-constexpr std::uint32_t kPaddingOn = 1;
 constexpr std::size_t kAnnounceAlignment = 1;
 constexpr std::size_t kMaxChunks = 0;
-// The camera's GenDCFlowMappingTable register is this long; the stream's flow table query keeps
-// to it as well, so that both deliver the same table or refuse it alike.
-constexpr std::size_t kFlowTableRegisterLength = 1024;
-
-// The flow table and descriptor queries share this origin with the camera's GenDC registers.
-constexpr const char* kInfoOrigin = "lumo::mockTL::DataStream::getInfo";
-
-[[noreturn]] void noFlows() {
-  throw GenericException(GC_ERR_NO_DATA, kInfoOrigin, "command is invalid while flow mechanism is not used");
-}
-
 // A numeric stream answer: written without looking at the caller's size, as consumers of this
 // query have always been served.
 template <class T>
@@ -88,67 +69,13 @@ std::shared_ptr<Resource> makeResource(const char* where, Make make, void* priva
 DataStream::DataStream(const std::shared_ptr<Module>& device, StreamConfiguration configuration,
                        std::shared_ptr<CameraLink> camera)
     : SpecificModule(device),
-      configuration_(std::move(configuration)),
+      recording_(configuration.isStreamFile ? Recording(configuration.path) : Recording()),
+      format_(std::move(configuration), recording_),
+      composer_(format_),
+      acquisition_(queues_, errorEvent()),
       camera_(camera != nullptr ? std::move(camera) : std::make_shared<CameraLink>()) {
-  if (configuration_.isStreamFile) {
-    try {
-      openRecording();
-    } catch (const GenericException& failure) {
-      // Kept for the consumer who opens this stream: the device and its other streams stay usable.
-      recordingFailure_ = failure;
-    } catch (const std::exception& failure) {
-      // Memory for the recording's tables, or more flows than a flow mapping table can count.
-      recordingFailure_.emplace(GC_ERR_ERROR, "lumo::mockTL::DataStream::DataStream", failure.what());
-    }
-  }
   initRegisterMap();
   initEvents();
-  std::lock_guard lock(settingsMutex_);
-  // The configuration loaded its images once; the stream only shares them.
-  for (const auto& entry : configuration_.images) {
-    sourceImages_.push_back(entry.image);
-  }
-  recomputeLocked();
-}
-
-// The buffers of a replayed stream report the image of the recording's first part, as its
-// descriptor states it. A descriptor that is not GenDC, or whose first part is not a 2D image,
-// leaves the configured geometry: the frames are replayed all the same.
-void DataStream::takeRecordedGeometry() {
-  try {
-    const GenDc::PartImage image = GenDc::DescriptorReader(descriptor_).part(0, 0);
-    configuration_.width = image.width;
-    configuration_.height = image.height;
-    configuration_.pixelFormat = image.pixelFormat;
-    configuration_.paddingMode = image.paddingX != 0 || image.paddingY != 0 ? static_cast<std::int32_t>(kPaddingOn) : 0;
-    configuration_.paddingPixelCountX = image.paddingX;
-    configuration_.paddingLineCountY = image.paddingY;
-  } catch (const std::exception&) {
-    // Not an image the stream can describe.
-  }
-}
-
-// A recording's flows, table and descriptor are what it was recorded with; they never change.
-void DataStream::openRecording() {
-  constexpr const char* where = "lumo::mockTL::DataStream::DataStream";
-  auto recording = std::make_unique<ContainerReader>(configuration_.path);
-  if (recording->prefetchDescriptor().empty()) {
-    throw GenericException(GC_ERR_INVALID_VALUE, where, "prefetch descriptor must not be empty");
-  }
-  if (recording->flowSizes().empty()) {
-    // Nothing to copy into a segment, and no composite buffer of 0 segments exists.
-    throw GenericException(GC_ERR_INVALID_VALUE, where, "stream file flow sets must have at least one flow");
-  }
-  flowSizes_ = recording->flowSizes();
-  flowTable_ = GenDc::FlowMappingTable::bytesFor(flowSizes_);
-  descriptor_ = recording->prefetchDescriptor();
-  takeRecordedGeometry();
-  // The reader accepted the recording only when its flow sizes add up within 64 bits.
-  payloadSize_ = 0;
-  for (const std::uint64_t size : flowSizes_) {
-    payloadSize_ += size;
-  }
-  recording_ = std::move(recording);
 }
 
 DataStream::~DataStream() {
@@ -166,9 +93,7 @@ void DataStream::open() {
   if (open_) {
     throw GenericException(GC_ERR_RESOURCE_IN_USE, "lumo::mockTL::DataStream::open", "ds already open");
   }
-  if (recordingFailure_) {
-    throw *recordingFailure_;
-  }
+  recording_.throwIfFailed();
   open_ = true;
 }
 
@@ -196,7 +121,7 @@ std::shared_ptr<Resource> DataStream::Announce(std::uint64_t size, void* memory,
   requireSingleFlow(where);
   auto resource = makeResource(
       where, [&] { return std::make_shared<Buffer>(shared_from_this(), memory, size); }, privateData);
-  insert(where, resource);
+  queues_.insert(where, resource);
   return resource;
 }
 
@@ -206,7 +131,7 @@ std::shared_ptr<Resource> DataStream::AllocAndAnnounce(std::uint64_t size, void*
   requireSingleFlow(where);
   auto resource = makeResource(
       where, [&] { return std::make_shared<Buffer>(shared_from_this(), size); }, privateData);
-  insert(where, resource);
+  queues_.insert(where, resource);
   return resource;
 }
 
@@ -226,7 +151,7 @@ std::shared_ptr<Resource> DataStream::Announce(void* const* segments, const std:
       throw GenericException(GC_ERR_INVALID_PARAMETER, where, "ppSegments[n] is not valid");
     }
   }
-  if (grabbing_) {
+  if (isGrabbing()) {
     throw GenericException(GC_ERR_BUSY, where, "announcement is not allowed while streaming");
   }
   if (count != numFlows()) {
@@ -244,162 +169,38 @@ std::shared_ptr<Resource> DataStream::Announce(void* const* segments, const std:
         return std::make_shared<SegmentedBuffer>(shared_from_this(), std::move(parts));
       },
       privateData);
-  insert(where, resource);
+  queues_.insert(where, resource);
   return resource;
 }
 
-void DataStream::insert(const char* where, const std::shared_ptr<Resource>& resource) {
-  // Looked up and inserted under one lock, so that two consumers announcing the same memory at
-  // once cannot both succeed.
-  std::lock_guard lock(bufferMapMutex_);
-  if (!buffers_.try_emplace(resource->buffer().moduleId(), resource).second) {
-    throw GenericException(GC_ERR_RESOURCE_IN_USE, where, "a buffer at this address is already announced");
-  }
-}
-
 void DataStream::RevokeBuffer(const void* handle, void** buffer, void** privateData) {
-  std::lock_guard lock(bufferMapMutex_);
-  for (auto entry = buffers_.begin(); entry != buffers_.end(); ++entry) {
-    if (entry->second->bufferHandle() == handle) {
-      if (buffer != nullptr) {
-        *buffer = entry->second->bufferHandle();
-      }
-      if (privateData != nullptr) {
-        *privateData = entry->second->userPointer();
-      }
-      buffers_.erase(entry);
-      return;
-    }
-  }
-  throw GenericException(GC_ERR_INVALID_ID, "lumo::mockTL::DataStream::RevokeBuffer", "unknown segment list");
+  queues_.revoke(handle, buffer, privateData);
 }
 
-void DataStream::QueueBuffer(const std::shared_ptr<Resource>& resource) {
-  if (!queueUnlessQueued(resource)) {
-    throw GenericException(GC_ERR_INVALID_BUFFER, "lumo::mockTL::DataStream::QueueBuffer", "Buffer is already queued");
-  }
-}
+void DataStream::QueueBuffer(const std::shared_ptr<Resource>& resource) { queues_.queue(resource); }
 
-bool DataStream::queueUnlessQueued(const std::shared_ptr<Resource>& resource) {
-  BufferBase& buffer = resource->buffer();
-  // The flag keeps a buffer out of the input queue twice, also when two threads queue it at once;
-  // it also refuses a delivered buffer that the consumer has not taken yet. Claimed under the
-  // input-queue mutex, so that a discard, which clears the queue and the flags under that mutex,
-  // finds a buffer queued at the same time either queued and flagged or neither.
-  std::lock_guard lock(inputQueueMutex_);
-  if (!buffer.claimQueued()) {
-    return false;
-  }
-  buffer.clearNewData();
-  inputQueue_.push_back(resource);
-  return true;
-}
+std::shared_ptr<Resource> DataStream::BufferByIndex(std::uint32_t index) const { return queues_.byIndex(index); }
 
-std::shared_ptr<Resource> DataStream::BufferByIndex(std::uint32_t index) const {
-  std::lock_guard lock(bufferMapMutex_);
-  if (index >= buffers_.size()) {
-    throw GenericException(GC_ERR_INVALID_INDEX, "lumo::mockTL::DataStream::BufferByIndex", "index out of bounds");
-  }
-  return std::next(buffers_.begin(), index)->second;
-}
+std::shared_ptr<Resource> DataStream::findBuffer(const void* handle) const { return queues_.find(handle); }
 
-std::shared_ptr<Resource> DataStream::findBuffer(const void* handle) const {
-  std::lock_guard lock(bufferMapMutex_);
-  for (const auto& [id, resource] : buffers_) {
-    if (resource->bufferHandle() == handle) {
-      return resource;
-    }
-  }
-  return nullptr;
-}
+bool DataStream::isAnnounced(const void* memory) const { return queues_.isAnnounced(memory); }
 
-bool DataStream::isAnnounced(const void* memory) const {
-  const std::string id = BufferBase::moduleIdOf(memory);
-  std::lock_guard lock(bufferMapMutex_);
-  return buffers_.contains(id);
-}
-
-std::size_t DataStream::announcedCount() const {
-  std::lock_guard lock(bufferMapMutex_);
-  return buffers_.size();
-}
-
-std::size_t DataStream::queuedCount() const {
-  std::lock_guard lock(inputQueueMutex_);
-  return inputQueue_.size();
-}
+std::size_t DataStream::announcedCount() const { return queues_.announcedCount(); }
 
 void DataStream::flush(ACQ_QUEUE_TYPE mode) {
   switch (mode) {
-    case ACQ_QUEUE_INPUT_TO_OUTPUT: {
-      // Unfilled and still marked queued: the consumer gets them back through the event.
-      std::lock_guard lock(inputQueueMutex_);
-      while (!inputQueue_.empty()) {
-        outputQueue_->Push(std::move(inputQueue_.front()));
-        inputQueue_.pop_front();
-      }
-      return;
-    }
-    case ACQ_QUEUE_OUTPUT_DISCARD: return outputQueue_->Flush();
-    case ACQ_QUEUE_ALL_TO_INPUT: {
-      stopIfGrabbing();
-      outputQueue_->Flush();
-      std::vector<std::shared_ptr<Resource>> unqueued;
-      {
-        std::lock_guard lock(bufferMapMutex_);
-        for (const auto& [id, resource] : buffers_) {
-          if (!resource->buffer().isQueued()) {
-            unqueued.push_back(resource);
-          }
-        }
-      }
-      for (const auto& resource : unqueued) {
-        // One that a consumer queued since it was collected is already where this puts it.
-        queueUnlessQueued(resource);
-      }
-      return;
-    }
-    case ACQ_QUEUE_UNQUEUED_TO_INPUT: {
-      // Marks the buffer queued before it queues it, so the queuing refuses the first unqueued
-      // buffer, which stays marked queued without being in the input queue. Consumers have
-      // always met this mode so; only ACQ_QUEUE_ALL_DISCARD frees such a buffer again.
-      std::lock_guard lock(bufferMapMutex_);
-      for (const auto& [id, resource] : buffers_) {
-        BufferBase& buffer = resource->buffer();
-        if (!buffer.isQueued()) {
-          buffer.setQueued(true);
-          buffer.clearNewData();
-          QueueBuffer(resource);
-        }
-      }
-      return;
-    }
+    case ACQ_QUEUE_INPUT_TO_OUTPUT: return queues_.moveInputToOutput();
+    case ACQ_QUEUE_OUTPUT_DISCARD: return queues_.discardOutput();
+    case ACQ_QUEUE_ALL_TO_INPUT: stopIfGrabbing(); return queues_.queueAllUnqueued();
+    case ACQ_QUEUE_UNQUEUED_TO_INPUT: return queues_.queueUnqueuedMarkingFirst();
     case ACQ_QUEUE_ALL_DISCARD: {
       // Held throughout, so that no start slips in between the stop and the discard and hands the
       // acquisition thread a buffer whose flag is about to be cleared.
       std::lock_guard grab(moduleMutex());
-      if (grabbing_) {
-        endAcquisitionLocked();
+      if (isGrabbing()) {
+        acquisition_.endLocked();
       }
-      std::vector<std::shared_ptr<Resource>> announced;
-      {
-        std::lock_guard lock(bufferMapMutex_);
-        for (const auto& [id, resource] : buffers_) {
-          announced.push_back(resource);
-        }
-      }
-      // Queues and flags are cleared under one hold of the input-queue mutex: a buffer that a
-      // consumer queues meanwhile is either discarded with its flag or stays queued with it.
-      std::lock_guard lock(inputQueueMutex_);
-      outputQueue_->Flush();
-      for (const auto& resource : inputQueue_) {
-        resource->buffer().setQueued(false);
-      }
-      inputQueue_.clear();
-      for (const auto& resource : announced) {
-        resource->buffer().setQueued(false);
-      }
-      return;
+      return queues_.discardAll();
     }
     default:
       throw GenericException(GC_ERR_INVALID_PARAMETER, "lumo::mockTL::DataStream::flush", "acq queue type not defined");
@@ -416,97 +217,44 @@ void DataStream::startGrabbing(ACQ_START_FLAGS flags, std::uint64_t numberOfImag
   if (numberOfImages == 0) {
     throw GenericException(GC_ERR_INVALID_PARAMETER, where, "numberImages==0");
   }
-  numberOfImages_.exchange(numberOfImages);
+  acquisition_.setNumberOfImages(numberOfImages);
   AcquisitionThread::Plan plan;
   plan.framePeriod = static_cast<std::int64_t>(camera_->framePeriod());
   plan.camera = camera_.get();
   plan.triggered = camera_->softwareTrigger();
   // Triggers fired before the start are not this run's.
   plan.seenTriggers = camera_->triggers();
-  {
-    std::lock_guard lock(settingsMutex_);
-    plan.images = sourceImages_;
-    if (recording_ != nullptr) {
-      plan.recording = recording_.get();
-      plan.startFrame = genDC_.streamFileStartFrameId;
-    }
-    plan.incompleteEvery = configuration_.incompleteFrameEvery;
-    plan.lostEvery = configuration_.lostFrameEvery;
-    plan.errorEvery = configuration_.errorEventEvery;
+  plan.faults = format_.faults();
+  plan.composer = &composer_;
+  // A recording replays its own frames; the images are only for a stream without one.
+  if (recording_.isOpen()) {
+    plan.recording = recording_.reader();
+    plan.startFrame = format_.genDCSettings().streamFileStartFrameId;
+  } else {
+    plan.images = format_.sourceImages();
   }
   std::lock_guard lock(moduleMutex());
-  if (grabbing_) {
-    // Another consumer thread started it since the entry point looked.
-    throw GenericException(GC_ERR_RESOURCE_IN_USE, where, "grab already running");
-  }
-  grabbing_ = true;
-  try {
-    acquisition_.start(*this, std::move(plan));
-  } catch (...) {
-    grabbing_ = false;
-    throw;
-  }
+  acquisition_.startLocked(where, std::move(plan));
 }
 
 void DataStream::stopGrabbing() {
   std::lock_guard lock(moduleMutex());
-  if (!grabbing_) {
+  if (!isGrabbing()) {
     throw GenericException(GC_ERR_RESOURCE_IN_USE, "lumo::mockTL::DataStream::stopGrabbing", "grab was not running");
   }
-  endAcquisitionLocked();
+  acquisition_.endLocked();
 }
 
 void DataStream::stopIfGrabbing() {
   std::lock_guard lock(moduleMutex());
-  if (grabbing_) {
-    endAcquisitionLocked();
+  if (isGrabbing()) {
+    acquisition_.endLocked();
   }
 }
 
 void DataStream::haltAcquisition() {
   std::lock_guard lock(moduleMutex());
-  endAcquisitionLocked();
-}
-
-void DataStream::endAcquisitionLocked() {
-  {
-    std::lock_guard lock(wakeMutex_);
-    grabbing_ = false;
-  }
-  wake_.notify_all();
-  camera_->wakeWaiters();
-  if (acquisition_.joinable()) {
-    acquisition_.join();
-  }
-}
-
-std::shared_ptr<Resource> DataStream::takeQueuedBuffer() {
-  std::lock_guard lock(inputQueueMutex_);
-  if (inputQueue_.empty()) {
-    return nullptr;
-  }
-  std::shared_ptr<Resource> front = std::move(inputQueue_.front());
-  inputQueue_.pop_front();
-  return front;
-}
-
-// Counted before it is signalled, so that a consumer holding the frame also finds it counted.
-void DataStream::deliver(std::shared_ptr<Resource> buffer) {
-  ++started_;
-  outputQueue_->Push(std::move(buffer));
-}
-
-void DataStream::reportFillFailure(const char* what) noexcept {
-  try {
-    errorEvent()->Push({GC_ERR_ERROR, what});
-  } catch (...) {
-    // Out of memory for the report itself: the frame is delivered all the same.
-  }
-}
-
-void DataStream::waitUntil(std::chrono::steady_clock::time_point deadline) {
-  std::unique_lock lock(wakeMutex_);
-  wake_.wait_until(lock, deadline, [this] { return !grabbing_; });
+  acquisition_.endLocked();
 }
 
 // --- Info and registers ---
@@ -529,14 +277,14 @@ void DataStream::getInfo(STREAM_INFO_CMD command, INFO_DATATYPE& type, void* des
   const auto counter = [&](std::uint64_t value) { reportNumber(type, destination, size, value, INFO_DATATYPE_UINT64); };
   switch (command) {
     case STREAM_INFO_ID: return text(id());
-    case STREAM_INFO_NUM_DELIVERED: return counter(outputQueue_->numDelivered());
+    case STREAM_INFO_NUM_DELIVERED: return counter(queues_.outputQueue()->numDelivered());
     case STREAM_INFO_NUM_UNDERRUN: return counter(kUnderrunCount);
     case STREAM_INFO_NUM_ANNOUNCED: return count(announcedCount());
-    case STREAM_INFO_NUM_QUEUED: return count(queuedCount());
-    case STREAM_INFO_NUM_AWAIT_DELIVERY: return count(outputQueue_->numInQueue());
-    case STREAM_INFO_NUM_STARTED: return counter(started_);
+    case STREAM_INFO_NUM_QUEUED: return count(queues_.queuedCount());
+    case STREAM_INFO_NUM_AWAIT_DELIVERY: return count(queues_.outputQueue()->numInQueue());
+    case STREAM_INFO_NUM_STARTED: return counter(acquisition_.startedCount());
     case STREAM_INFO_PAYLOAD_SIZE: return count(payloadSize());
-    case STREAM_INFO_IS_GRABBING: return reportFlag(type, destination, size, grabbing_);
+    case STREAM_INFO_IS_GRABBING: return reportFlag(type, destination, size, isGrabbing());
     case STREAM_INFO_DEFINES_PAYLOADSIZE: return reportFlag(type, destination, size, true);
     case STREAM_INFO_TLTYPE: return text(identity::kTransportLayerType);
     case STREAM_INFO_NUM_CHUNKS_MAX: return count(kMaxChunks);
@@ -550,73 +298,29 @@ void DataStream::getInfo(STREAM_INFO_CMD command, INFO_DATATYPE& type, void* des
   }
 }
 
-bool DataStream::usesFlows() const {
-  std::lock_guard lock(settingsMutex_);
-  return !flowSizes_.empty();
-}
+bool DataStream::usesFlows() const { return format_.usesFlows(); }
 
-std::uint32_t DataStream::numFlows() const {
-  std::lock_guard lock(settingsMutex_);
-  // Bounded by the recording's size, or 1 + 2 parts: never near 32 bits.
-  return flowSizes_.empty() ? 1 : static_cast<std::uint32_t>(flowSizes_.size());
-}
+std::uint32_t DataStream::numFlows() const { return format_.numFlows(); }
 
 void DataStream::GetFlowInfo(std::uint32_t index, FLOW_INFO_CMD command, INFO_DATATYPE& type, void* destination,
                              std::size_t& size) const {
-  constexpr const char* where = "lumo::mockTL::DataStream::GetFlowInfo";
-  std::uint64_t flowSize = 0;
-  {
-    std::lock_guard lock(settingsMutex_);
-    const std::size_t count = flowSizes_.empty() ? 1 : flowSizes_.size();
-    if (index >= count) {
-      throw GenericException(GC_ERR_INVALID_INDEX, where, "invalid index: iFlowIndex");
-    }
-    // Without flows the one flow carries the image.
-    flowSize = flowSizes_.empty() ? payloadSize_ : flowSizes_[index];
-  }
+  const std::uint64_t flowSize = format_.flowSize(index);
   if (command != FLOW_INFO_SIZE) {
-    throw GenericException(GC_ERR_NOT_IMPLEMENTED, where, "Unknown buffer info command used");
+    throw GenericException(GC_ERR_NOT_IMPLEMENTED, "lumo::mockTL::DataStream::GetFlowInfo",
+                           "Unknown buffer info command used");
   }
   info::ReportInfoNumeric(type, destination, size, info::Size{static_cast<std::size_t>(flowSize)});
 }
 
-std::vector<std::uint8_t> DataStream::flowMappingTable() const {
-  std::lock_guard lock(settingsMutex_);
-  if (flowSizes_.empty()) {
-    noFlows();
-  }
-  if (flowTable_.size() > kFlowTableRegisterLength) {
-    throw GenericException(GC_ERR_ERROR, kInfoOrigin, "flow mapping table size does not fit the register definition");
-  }
-  return flowTable_;
-}
+std::vector<std::uint8_t> DataStream::flowMappingTable() const { return format_.flowMappingTable(); }
 
-std::vector<std::uint8_t> DataStream::genDCDescriptor() const {
-  std::lock_guard lock(settingsMutex_);
-  if (flowSizes_.empty()) {
-    noFlows();
-  }
-  return descriptor_;
-}
+std::vector<std::uint8_t> DataStream::genDCDescriptor() const { return format_.genDCDescriptor(); }
 
-std::size_t DataStream::flowMappingTableSize() const {
-  std::lock_guard lock(settingsMutex_);
-  return flowTable_.size();
-}
+std::size_t DataStream::flowMappingTableSize() const { return format_.flowMappingTableSize(); }
 
-std::size_t DataStream::genDCDescriptorSize() const {
-  std::lock_guard lock(settingsMutex_);
-  return descriptor_.size();
-}
+std::size_t DataStream::genDCDescriptorSize() const { return format_.genDCDescriptorSize(); }
 
-std::uint64_t DataStream::streamFileMaxFrameId() const {
-  if (recording_ == nullptr) {
-    throw std::runtime_error("container reader not initialized");
-  }
-  // An empty recording has no last frame; 0 is what its start frame can be set to.
-  const std::uint64_t frames = recording_->frameCount();
-  return frames == 0 ? 0 : frames - 1;
-}
+std::uint64_t DataStream::streamFileMaxFrameId() const { return recording_.maxFrameId(); }
 
 void DataStream::initRegisterMap() {
   constexpr auto u32 = RegisterType::Uint32;
@@ -636,8 +340,7 @@ void DataStream::initRegisterMap() {
 }
 
 void DataStream::initEvents() {
-  outputQueue_ = Event::create<NewBufferEvent>();
-  eventSource()->add(outputQueue_);
+  eventSource()->add(queues_.outputQueue());
   SpecificModule::initEvents();
 }
 
@@ -656,13 +359,13 @@ std::string DataStream::ReadStringRegImpl(std::uint32_t id) {
 // been readable through the port, and their truncated values here are what a 32-bit read meant.
 std::uint32_t DataStream::ReadUint32RegImpl(std::uint32_t id) {
   switch (id) {
-    case kQueuedRegister: return static_cast<std::uint32_t>(queuedCount());
+    case kQueuedRegister: return static_cast<std::uint32_t>(queues_.queuedCount());
     case kAnnouncedRegister: return static_cast<std::uint32_t>(announcedCount());
-    case kAwaitingDeliveryRegister: return static_cast<std::uint32_t>(outputQueue_->numInQueue());
-    case kDeliveredRegister: return static_cast<std::uint32_t>(outputQueue_->numDelivered());
+    case kAwaitingDeliveryRegister: return static_cast<std::uint32_t>(queues_.outputQueue()->numInQueue());
+    case kDeliveredRegister: return static_cast<std::uint32_t>(queues_.outputQueue()->numDelivered());
     case kUnderrunRegister: return static_cast<std::uint32_t>(kUnderrunCount);
-    case kStartedRegister: return static_cast<std::uint32_t>(started_);
-    case kGrabbingRegister: return grabbing_ ? 1 : 0;
+    case kStartedRegister: return static_cast<std::uint32_t>(acquisition_.startedCount());
+    case kGrabbingRegister: return isGrabbing() ? 1 : 0;
     default:
       throw GenericException(GC_ERR_INVALID_ID, "lumo::mockTL::DataStream::ReadUint32RegImpl",
                              "unknown reg id during read uint reg");
@@ -671,200 +374,32 @@ std::uint32_t DataStream::ReadUint32RegImpl(std::uint32_t id) {
 
 // --- Image settings ---
 
-ImageGeometry DataStream::imageGeometryLocked() const {
-  const bool padded = configuration_.paddingMode == static_cast<std::int32_t>(kPaddingOn);
-  ImageGeometry geometry;
-  geometry.pixelFormat = configuration_.pixelFormat == 0 ? pfnc::Mono8 : configuration_.pixelFormat;
-  geometry.width = configuration_.width;
-  geometry.height = configuration_.height;
-  geometry.paddingX = padded ? configuration_.paddingPixelCountX : 0;
-  geometry.paddingY = padded ? configuration_.paddingLineCountY : 0;
-  return geometry;
-}
-
-ImageGeometry DataStream::imageGeometry() const {
-  std::lock_guard lock(settingsMutex_);
-  return imageGeometryLocked();
-}
-
-std::uint32_t DataStream::paddingMode() const {
-  std::lock_guard lock(settingsMutex_);
-  return static_cast<std::uint32_t>(configuration_.paddingMode);
-}
-
-std::uint64_t DataStream::payloadSize() const {
-  std::lock_guard lock(settingsMutex_);
-  return payloadSize_;
-}
-
-template <class Change>
-void DataStream::updateSettings(Change change) {
-  std::lock_guard lock(settingsMutex_);
-  const StreamConfiguration previous = configuration_;
-  const GenDCSettings previousGenDC = genDC_;
-  change(configuration_, genDC_);
-  try {
-    recomputeLocked();
-  } catch (const std::exception& failure) {
-    configuration_ = previous;
-    genDC_ = previousGenDC;
-    throw GenericException(GC_ERR_INVALID_PARAMETER, "lumo::mockTL::DataStream::updateSettings", failure.what());
-  }
-}
-
-GenDc::StreamSettings DataStream::containerSettingsLocked() const {
-  const ImageGeometry geometry = imageGeometryLocked();
-  GenDc::StreamSettings settings;
-  settings.streamingMode = genDC_.streamingMode != 0;
-  settings.flowMappingConfiguration = genDC_.flowMappingConfiguration;
-  settings.partType = static_cast<GenDc::PartType>(genDC_.partType);
-  settings.imageCount = genDC_.imageCount;
-  settings.width = geometry.width;
-  settings.height = geometry.height;
-  settings.pixelFormat = geometry.pixelFormat;
-  settings.paddingX = geometry.paddingX;
-  settings.paddingY = geometry.paddingY;
-  return settings;
-}
-
-// Everything the stream reports about its frames, from its settings. A recording's are fixed.
-// Computes first and commits after, so a refused layout leaves the previous one in place.
-void DataStream::recomputeLocked() {
-  if (recording_ != nullptr) {
-    return;
-  }
-  if (genDC_.streamingMode == 0) {
-    layout_.reset();
-    flowSizes_.clear();
-    flowTable_.clear();
-    descriptor_.clear();
-    payloadSize_ = imageGeometryLocked().payloadSize();
-    return;
-  }
-  const GenDc::StreamSettings settings = containerSettingsLocked();
-  GenDc::ContainerLayout layout(settings);
-  // The descriptor a consumer prepares for: that of a container built now.
-  const GenDc::ContainerDescriptor descriptor(settings, layout);
-  std::vector<std::uint8_t> table = GenDc::FlowMappingTable::bytesFor(layout.flowSizes());
-  const auto bytes = descriptor.bytes();
-  descriptor_.assign(bytes.begin(), bytes.end());
-  flowTable_ = std::move(table);
-  flowSizes_ = layout.flowSizes();
-  payloadSize_ = layout.totalSize();
-  layout_ = std::move(layout);
-}
-
-void DataStream::setPixelFormat(std::uint32_t pixelFormat) {
-  updateSettings([&](StreamConfiguration& record, GenDCSettings&) { record.pixelFormat = pixelFormat; });
-}
-
-void DataStream::setWidth(std::uint32_t width) {
-  updateSettings([&](StreamConfiguration& record, GenDCSettings&) { record.width = width; });
-}
-
-void DataStream::setHeight(std::uint32_t height) {
-  updateSettings([&](StreamConfiguration& record, GenDCSettings&) { record.height = height; });
-}
-
-void DataStream::setPaddingMode(std::int32_t mode) {
-  updateSettings([&](StreamConfiguration& record, GenDCSettings&) { record.paddingMode = mode; });
-}
-
-void DataStream::setPaddingPixelCountX(std::uint32_t pixels) {
-  updateSettings([&](StreamConfiguration& record, GenDCSettings&) { record.paddingPixelCountX = pixels; });
-}
-
-void DataStream::setPaddingLineCountY(std::uint32_t lines) {
-  updateSettings([&](StreamConfiguration& record, GenDCSettings&) { record.paddingLineCountY = lines; });
-}
-
-std::uint32_t DataStream::paddingPixelCountX() const {
-  std::lock_guard lock(settingsMutex_);
-  return configuration_.paddingPixelCountX;
-}
-
-std::uint32_t DataStream::paddingLineCountY() const {
-  std::lock_guard lock(settingsMutex_);
-  return configuration_.paddingLineCountY;
-}
-
-std::uint32_t DataStream::streamingDataSource() const {
-  std::lock_guard lock(settingsMutex_);
-  if (configuration_.isStreamFile) {
-    return 2;
-  }
-  return configuration_.images.empty() && sourceImages_.empty() ? 0 : 1;
-}
-
-GenDCSettings DataStream::genDCSettings() const {
-  std::lock_guard lock(settingsMutex_);
-  return genDC_;
-}
-
-void DataStream::setGenDCStreamingMode(std::uint32_t mode) {
-  updateSettings([&](StreamConfiguration&, GenDCSettings& genDC) { genDC.streamingMode = mode; });
-}
-
+ImageGeometry DataStream::imageGeometry() const { return format_.imageGeometry(); }
+std::uint32_t DataStream::paddingMode() const { return format_.paddingMode(); }
+std::uint64_t DataStream::payloadSize() const { return format_.payloadSize(); }
+void DataStream::setPixelFormat(std::uint32_t pixelFormat) { format_.setPixelFormat(pixelFormat); }
+void DataStream::setWidth(std::uint32_t width) { format_.setWidth(width); }
+void DataStream::setHeight(std::uint32_t height) { format_.setHeight(height); }
+void DataStream::setPaddingMode(std::int32_t mode) { format_.setPaddingMode(mode); }
+void DataStream::setPaddingPixelCountX(std::uint32_t pixels) { format_.setPaddingPixelCountX(pixels); }
+void DataStream::setPaddingLineCountY(std::uint32_t lines) { format_.setPaddingLineCountY(lines); }
+std::uint32_t DataStream::paddingPixelCountX() const { return format_.paddingPixelCountX(); }
+std::uint32_t DataStream::paddingLineCountY() const { return format_.paddingLineCountY(); }
+std::uint32_t DataStream::streamingDataSource() const { return format_.streamingDataSource(); }
+GenDCSettings DataStream::genDCSettings() const { return format_.genDCSettings(); }
+void DataStream::setGenDCStreamingMode(std::uint32_t mode) { format_.setGenDCStreamingMode(mode); }
 void DataStream::setFlowMappingConfiguration(std::uint32_t configuration) {
-  updateSettings([&](StreamConfiguration&, GenDCSettings& genDC) { genDC.flowMappingConfiguration = configuration; });
+  format_.setFlowMappingConfiguration(configuration);
 }
-
-void DataStream::setGenDCPartType(std::uint16_t partType) {
-  updateSettings([&](StreamConfiguration&, GenDCSettings& genDC) { genDC.partType = partType; });
-}
-
-void DataStream::setGenDCImageCount(std::uint32_t count) {
-  updateSettings([&](StreamConfiguration&, GenDCSettings& genDC) { genDC.imageCount = count; });
-}
-
-void DataStream::setStreamFileStartFrameId(std::uint64_t frameId) {
-  std::lock_guard lock(settingsMutex_);
-  genDC_.streamFileStartFrameId = frameId;
-}
-
+void DataStream::setGenDCPartType(std::uint16_t partType) { format_.setGenDCPartType(partType); }
+void DataStream::setGenDCImageCount(std::uint32_t count) { format_.setGenDCImageCount(count); }
+void DataStream::setStreamFileStartFrameId(std::uint64_t frameId) { format_.setStreamFileStartFrameId(frameId); }
 void DataStream::setSourceImages(std::vector<std::shared_ptr<const SourceImage>> images) {
-  std::lock_guard lock(settingsMutex_);
-  sourceImages_ = std::move(images);
+  format_.setSourceImages(std::move(images));
 }
 
 FrameContent DataStream::writeFrame(std::span<const Segment> segments, const SourceImage* image) {
-  assert(!segments.empty());
-  ImageGeometry geometry;
-  std::optional<GenDc::StreamSettings> containerSettings;
-  {
-    std::lock_guard lock(settingsMutex_);
-    geometry = imageGeometryLocked();
-    if (layout_) {
-      containerSettings = containerSettingsLocked();
-    }
-  }
-  const auto bytesOf = [](const Segment& segment) {
-    return std::span<std::uint8_t>(reinterpret_cast<std::uint8_t*>(segment.base),
-                                   static_cast<std::size_t>(segment.size));
-  };
-  if (!containerSettings) {
-    writeImageData(geometry, std::as_writable_bytes(bytesOf(segments.front())), image, generated_);
-    return FrameContent::Image;
-  }
-  // Built per frame: its component headers carry the time it was made.
-  const GenDc::Container container(*containerSettings);
-  std::vector<std::span<std::uint8_t>> parts;
-  if (segments.size() == 1) {
-    // One piece of memory takes the container in either flow mapping.
-    parts = container.writeInto(bytesOf(segments.front()));
-  } else {
-    std::vector<std::span<std::uint8_t>> flows;
-    flows.reserve(segments.size());
-    for (const Segment& segment : segments) {
-      flows.push_back(bytesOf(segment));
-    }
-    parts = container.writeIntoSegments(flows);
-  }
-  // Every component carries the frame's image: the parts are exactly one image long.
-  for (const std::span<std::uint8_t> part : parts) {
-    writeImageData(geometry, std::as_writable_bytes(part), image, generated_);
-  }
-  return FrameContent::GenDCContainer;
+  return composer_.write(segments, image);
 }
 
 }  // namespace lumo::mockTL

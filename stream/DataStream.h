@@ -1,66 +1,60 @@
 #pragma once
 
 #include <atomic>
-#include <condition_variable>
 #include <cstddef>
 #include <cstdint>
-#include <deque>
-#include <map>
 #include <memory>
-#include <mutex>
-#include <optional>
 #include <span>
 #include <string>
 #include <vector>
 
 #include "base/GenTL.h"
-#include "base/GenericException.h"
-#include "event/NewBufferEvent.h"
-#include "gendc/ContainerLayout.h"
-#include "gendc/StreamSettings.h"
 #include "module/Module.h"
-#include "source/ContainerReader.h"
-#include "source/GeneratedSource.h"
 #include "source/ImageGeometry.h"
 #include "source/SourceImage.h"
-#include "stream/AcquisitionThread.h"
+#include "stream/AcquisitionControl.h"
+#include "stream/BufferQueues.h"
 #include "stream/CameraLink.h"
-#include "stream/FillSide.h"
+#include "stream/FrameComposer.h"
 #include "stream/GenDCSettings.h"
+#include "stream/Recording.h"
 #include "stream/Resource.h"
 #include "stream/StreamConfiguration.h"
+#include "stream/StreamFormat.h"
 
 namespace lumo::mockTL {
 
 // One data stream of a device, built from one stream record when the device is built and opened
-// at most once (DevOpenDataStream). It owns the announced buffers, the input queue of buffers
-// waiting to be filled and, as its new-buffer event, the output queue of filled ones; it runs one
-// acquisition thread while it grabs. Its public operations are the consumer's face and may be
-// called from any thread; the acquisition thread sees only the FillSide face.
+// at most once (DevOpenDataStream). Its public operations are the consumer's face and may be
+// called from any thread; it answers the stream's info and registers itself and leaves the rest
+// to its parts:
+// - BufferQueues: the announced buffers, the input queue of buffers waiting to be filled and, as
+//   the stream's new-buffer event, the output queue of filled ones;
+// - StreamFormat: the image and GenDC settings and what is computed from them;
+// - Recording: the stream file it replays, if any;
+// - AcquisitionControl: grabbing, and the one acquisition thread that grabs, which sees only the
+//   FillSide face;
+// - FrameComposer: the write of a frame of images or generated images into a buffer's memory.
 //
 // Locks:
 // - the module mutex: starting and stopping acquisition (the thread object), which joins the
 //   acquisition thread while holding it; the thread therefore never takes it;
-// - the settings mutex: the stream record's image and GenDC settings and what is computed from
-//   them (payload size, container layout, flow sizes, flow table, descriptor); the acquisition
-//   thread takes it briefly for every frame;
-// - the buffer-map mutex: the announced buffers;
-// - the input-queue mutex: the input queue and the claiming of the buffers' queued flags; the
-//   acquisition thread takes it to pop a buffer.
+// - the settings mutex (StreamFormat): the acquisition thread takes it briefly for every frame;
+// - the buffer-map and input-queue mutexes (BufferQueues): the acquisition thread takes the
+//   input-queue mutex to pop a buffer;
+// - the wake mutex (AcquisitionControl): the end of grabbing against the thread's frame wait.
 // Where two are held at once they are taken in this order: module, buffer-map, input-queue, then
 // the output queue's own mutex (the discarding flush holds the module mutex throughout, and moves
-// between the queues hold the input-queue mutex); the settings mutex is never held with another.
-// The grabbing and open flags, the number of images, the started count and the buffers' flags are
-// atomics read without a lock.
+// between the queues hold the input-queue mutex); the module mutex is held while the wake mutex
+// is taken; the settings mutex is never held with another. The grabbing and open flags, the
+// number of images, the started count and the buffers' flags are atomics read without a lock.
 //
 // Flows. A stream delivers plain images in one flow until it delivers GenDC: either it replays a
 // recorded stream file (its recording, opened at construction, fixes flows, payload, flow table
 // and descriptor for the stream's life), or GenDC streaming mode is on, when every frame is a
 // container whose layout follows the stream's settings and is recomputed with every change of
 // them. Both report through the same flow queries, so a consumer cannot tell them apart there.
-class DataStream final : public SpecificModule<void*>,
-                         public std::enable_shared_from_this<DataStream>,
-                         private FillSide {
+class DataStream final : public SpecificModule<void*>, public std::enable_shared_from_this<DataStream> {
  public:
   static constexpr std::uint64_t kMinimumAnnouncedBuffers = 3;
 
@@ -72,7 +66,7 @@ class DataStream final : public SpecificModule<void*>,
              std::shared_ptr<CameraLink> camera = nullptr);
   ~DataStream() override;
 
-  const std::string& id() const { return configuration_.id; }
+  const std::string& id() const { return format_.id(); }
 
   // Marks the stream open; GC_ERR_RESOURCE_IN_USE when it already is, and the recording's
   // failure when its stream file could not be opened. Nothing opens it twice: neither close nor
@@ -81,7 +75,7 @@ class DataStream final : public SpecificModule<void*>,
   bool isOpen() const { return open_; }
   // Lets the stream be opened again: only for the device's close after its camera was unplugged.
   void forgetOpen() { open_ = false; }
-  bool isGrabbing() const override { return grabbing_; }
+  bool isGrabbing() const { return acquisition_.isGrabbing(); }
 
   // --- Buffer management. Each returns the Resource the consumer then knows by its buffer's
   // handle; failures are GenericExceptions with the operation's name.
@@ -171,8 +165,8 @@ class DataStream final : public SpecificModule<void*>,
   // (see writeImageData), or, in GenDC streaming mode, a container built now with the image as
   // every component's data, contiguous in one segment or spread over one segment per flow.
   // Throws std::invalid_argument when the segments cannot take the container, and what the
-  // image writers throw. For the acquisition thread, through a buffer's copyImage; any thread
-  // while the stream is not grabbing.
+  // image writers throw. Any one thread while the stream is not grabbing: the acquisition thread
+  // writes its frames itself.
   FrameContent writeFrame(std::span<const Segment> segments, const SourceImage* image);
 
   void initRegisterMap() override;
@@ -181,66 +175,21 @@ class DataStream final : public SpecificModule<void*>,
   std::uint32_t ReadUint32RegImpl(std::uint32_t id) override;
 
  private:
-  // FillSide, for the acquisition thread.
-  std::uint64_t numberOfImages() const override { return numberOfImages_; }
-  std::uint64_t startedCount() const override { return started_; }
-  std::shared_ptr<Resource> takeQueuedBuffer() override;
-  void deliver(std::shared_ptr<Resource> buffer) override;
-  void reportFillFailure(const char* what) noexcept override;
-  void waitUntil(std::chrono::steady_clock::time_point deadline) override;
-
-  void endAcquisitionLocked();
-  // QueueBuffer without the failure: false when the buffer is queued already.
-  bool queueUnlessQueued(const std::shared_ptr<Resource>& resource);
   void stopIfGrabbing();
   static void requireSize(const char* where, std::uint64_t size);
   void requireSingleFlow(const char* where) const;
-  void insert(const char* where, const std::shared_ptr<Resource>& resource);
-  template <class Change>
-  void updateSettings(Change change);
-  void openRecording();
-  void takeRecordedGeometry();
-  void recomputeLocked();
-  GenDc::StreamSettings containerSettingsLocked() const;
-  ImageGeometry imageGeometryLocked() const;
-  std::size_t queuedCount() const;
 
-  std::atomic<std::uint64_t> numberOfImages_{GENTL_INFINITE};
-  std::atomic<bool> grabbing_{false};
   std::atomic<bool> open_{false};
-
-  mutable std::mutex bufferMapMutex_;
-  std::map<std::string, std::shared_ptr<Resource>> buffers_;
-  mutable std::mutex inputQueueMutex_;
-  std::deque<std::shared_ptr<Resource>> inputQueue_;
-  std::shared_ptr<NewBufferEvent> outputQueue_;
-
-  mutable std::mutex settingsMutex_;
-  StreamConfiguration configuration_;  // the id never changes; the rest under the settings mutex
-  std::uint64_t payloadSize_ = 0;
-  GenDCSettings genDC_;
-  std::vector<std::shared_ptr<const SourceImage>> sourceImages_;
-  // What a GenDC stream reports: the layout of its containers (GenDC streaming mode only), its
-  // flow sizes, flow mapping table and descriptor. Empty while the stream uses no flows.
-  std::optional<GenDc::ContainerLayout> layout_;
-  std::vector<std::uint64_t> flowSizes_;
-  std::vector<std::uint8_t> flowTable_;
-  std::vector<std::uint8_t> descriptor_;
-  // The replayed stream file; set at construction, never changed. Its frames are read by the
-  // acquisition thread alone.
-  std::unique_ptr<ContainerReader> recording_;
-  std::optional<error::GenericException> recordingFailure_;
-
+  // Declared in the order they depend on each other; the stream ends acquisition before any of
+  // them goes.
+  const Recording recording_;
+  StreamFormat format_;
+  FrameComposer composer_;
+  BufferQueues queues_;
+  AcquisitionControl acquisition_;
+  const std::shared_ptr<CameraLink> camera_;
   // Underruns are reported on standard error, never counted: consumers read 0 here.
   static constexpr std::uint64_t kUnderrunCount = 0;
-  std::atomic<std::uint64_t> started_{0};
-  // The generated images' render cache: the acquisition thread's while it runs.
-  GeneratedSource generated_;
-  // Wakes the acquisition thread from its frame wait when grabbing ends.
-  std::mutex wakeMutex_;
-  std::condition_variable wake_;
-  AcquisitionThread acquisition_;  // under the module mutex
-  const std::shared_ptr<CameraLink> camera_;
 };
 
 }  // namespace lumo::mockTL

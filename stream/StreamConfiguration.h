@@ -10,6 +10,14 @@
 
 namespace lumo::mockTL {
 
+// Faults a stream injects, each on every N-th frame of an acquisition, counted from 1 at its
+// start; 0 never.
+struct FaultPeriods {
+  std::uint64_t incompleteEvery = 0;  // delivered marked incomplete, its tail not written
+  std::uint64_t lostEvery = 0;        // never delivered; its frame id is used up
+  std::uint64_t errorEvery = 0;       // also reported on the stream's error event
+};
+
 // The image settings of one stream as the configuration gives them: a plain value record, copied
 // freely; the stream keeps its own copy and changes it through the camera's features.
 struct StreamConfiguration {
@@ -28,11 +36,8 @@ struct StreamConfiguration {
   // A recorded stream file to replay instead of images; it then defines the format itself.
   std::filesystem::path path;
   bool isStreamFile = false;
-  // Faults the stream injects for consumers to test against, each on every N-th frame of an
-  // acquisition, counted from 1 at its start; 0 never.
-  std::uint64_t incompleteFrameEvery = 0;  // delivered marked incomplete, its tail not written
-  std::uint64_t lostFrameEvery = 0;        // never delivered; its frame id is used up
-  std::uint64_t errorEventEvery = 0;       // also reported on the stream's error event
+  // Faults the stream injects for consumers to test against; fixed for the stream's life.
+  FaultPeriods faults;
 };
 
 }  // namespace lumo::mockTL

@@ -114,9 +114,9 @@ bool softwareTrigger(const json& object) {
 
 void applyStream(const json& object, StreamConfiguration& stream, Images images) {
   stream.id = object.at("ID").get<std::string>();
-  stream.incompleteFrameEvery = every(object, "IncompleteFrameEvery");
-  stream.lostFrameEvery = every(object, "LostFrameEvery");
-  stream.errorEventEvery = every(object, "ErrorEventEvery");
+  stream.faults.incompleteEvery = every(object, "IncompleteFrameEvery");
+  stream.faults.lostEvery = every(object, "LostFrameEvery");
+  stream.faults.errorEvery = every(object, "ErrorEventEvery");
   if (object.contains("StreamFilePath")) {
     stream.path = object.at("StreamFilePath").get<std::string>();
     stream.isStreamFile = true;

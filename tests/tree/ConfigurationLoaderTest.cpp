@@ -121,10 +121,10 @@ TEST_F(ConfigurationLoaderTest, StreamSettingsAreRead) {
   EXPECT_EQ(stream.paddingLineCountY, 2u);
   EXPECT_EQ(stream.pixelFormat, 0x02180014u);
   EXPECT_FALSE(stream.isStreamFile);
-  EXPECT_EQ(std::tuple(stream.incompleteFrameEvery, stream.lostFrameEvery, stream.errorEventEvery),
+  EXPECT_EQ(std::tuple(stream.faults.incompleteEvery, stream.faults.lostEvery, stream.faults.errorEvery),
             std::tuple(3u, 5u, 7u));
-  const StreamConfiguration plain = loadStream(R"("Width": 8)");
-  EXPECT_EQ(plain.incompleteFrameEvery + plain.lostFrameEvery + plain.errorEventEvery, 0u);
+  const FaultPeriods plain = loadStream(R"("Width": 8)").faults;
+  EXPECT_EQ(plain.incompleteEvery + plain.lostEvery + plain.errorEvery, 0u);
 }
 
 TEST_F(ConfigurationLoaderTest, StreamFileStreamsReadNoImageSettings) {
