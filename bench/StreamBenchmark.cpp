@@ -3,10 +3,11 @@
 // pacing accuracy, the consumer's wake-up latency, scaling over many streams and the cost of an
 // idle grabbing stream. Each measurement is repeated and reported as median [min, max].
 //
-//   lmmocktl_stream_bench [--runs N] [--seconds S] [--data DIR] [--only trigger]
+//   lmmocktl_stream_bench [--runs N] [--seconds S] [--data DIR] [--only scale|trigger] [--streams A,B,...]
 //
 // DIR receives the plot data (scale.dat, peer.dat). Prints Markdown tables; exits 1 when a
-// target is missed.
+// target is missed. --only scale runs the scale measurement alone, and --streams limits it to
+// those stream counts (1 to 16), for profiling it or for comparing two counts in one run.
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/resource.h>
@@ -558,6 +559,8 @@ struct Options {
   double seconds = 2.0;
   std::filesystem::path data;
   bool triggerOnly = false;
+  bool scaleOnly = false;
+  std::vector<int> streamCounts;
 };
 
 Options parse(int argc, char** argv) {
@@ -572,11 +575,59 @@ Options parse(int argc, char** argv) {
       options.data = argv[i + 1];
     } else if (name == "--only" && std::string(argv[i + 1]) == "trigger") {
       options.triggerOnly = true;
+    } else if (name == "--only" && std::string(argv[i + 1]) == "scale") {
+      options.scaleOnly = true;
+    } else if (name == "--streams") {
+      for (const char* count = argv[i + 1]; *count != '\0';) {
+        char* end = nullptr;
+        options.streamCounts.push_back(std::clamp(static_cast<int>(std::strtol(count, &end, 10)), 1, 16));
+        count = *end == ',' ? end + 1 : end;
+        if (end == count && *end != '\0') throw std::runtime_error("bad --streams list");
+      }
     } else {
       throw std::runtime_error("unknown option " + name);
     }
   }
   return options;
+}
+
+// 5. Scale: 1 to 16 streams over four devices. Reports only: 0.
+int scale(Cameras& cameras, const Options& options, Window window) {
+  std::printf("\n### Scale: unpaced 640 x 480 Mono8 streams over 4 devices, a consumer thread each, %.1f s per run\n\n",
+              options.seconds);
+  std::printf("| streams | aggregate frames/s | frames/s per stream | CPU us per frame (process, getrusage) |\n");
+  std::printf("|---|---|---|---|\n");
+  std::ofstream scaleData;
+  if (!options.data.empty()) {
+    scaleData.open(options.data / "scale.dat");
+    scaleData << "# streams frames/s (median min max)\n";
+  }
+  for (int d = 0; d < 4; ++d) cameras.setFramePeriod(cameras.device("Scale", "Scale" + std::to_string(d)), 0);
+  std::vector<int> counts = options.streamCounts;
+  if (counts.empty()) {
+    for (int count = 1; count <= 16; ++count) counts.push_back(count);
+  }
+  for (const int count : counts) {
+    Spread fps, perStream, cpu;
+    for (int r = 0; r < options.runs; ++r) {
+      std::vector<Stream*> streams;
+      // Spread over the devices first, as a rig of several cameras would be.
+      for (int i = 0; i < count; ++i) {
+        const std::string device = "Scale" + std::to_string(i % 4);
+        const std::string id = "S" + std::to_string(i % 4) + std::to_string(i / 4);
+        streams.push_back(&cameras.stream("Scale", device, id));
+      }
+      const GrabResult grab = grabUnpaced(streams, window);
+      fps.runs.push_back(grab.framesPerSecond);
+      perStream.runs.push_back(grab.framesPerSecond / count);
+      cpu.runs.push_back(grab.cpuPerFrame * 1e6);
+    }
+    std::printf("| %d | %s | %s | %s |\n", count, fps.text("%.0f").c_str(), perStream.text("%.0f").c_str(),
+                cpu.text("%.1f").c_str());
+    if (scaleData.is_open()) scaleData << count << ' ' << fps.median() << ' ' << fps.min() << ' ' << fps.max() << '\n';
+  }
+
+  return 0;
 }
 
 int run(const Options& options) {
@@ -600,6 +651,8 @@ int run(const Options& options) {
     reportTriggerLatency(cameras, options.runs, allMet);
     return allMet ? 0 : 1;
   }
+
+  if (options.scaleOnly) return scale(cameras, options, window);
 
   // 1. Unpaced delivery against the memcpy loop and the peer.
   std::printf("### Unpaced delivery, 1920 x 1080, %d buffers, one consumer thread, %.1f s per run\n\n", kBuffers,
@@ -684,36 +737,7 @@ int run(const Options& options) {
                 reference[3].text("%.1f").c_str(), reference[4].text("%.1f").c_str());
   }
 
-  // 5. Scale: 1 to 16 streams over four devices.
-  std::printf("\n### Scale: unpaced 640 x 480 Mono8 streams over 4 devices, a consumer thread each, %.1f s per run\n\n",
-              options.seconds);
-  std::printf("| streams | aggregate frames/s | frames/s per stream | CPU us per frame (process, getrusage) |\n");
-  std::printf("|---|---|---|---|\n");
-  std::ofstream scaleData;
-  if (!options.data.empty()) {
-    scaleData.open(options.data / "scale.dat");
-    scaleData << "# streams frames/s (median min max)\n";
-  }
-  for (int d = 0; d < 4; ++d) cameras.setFramePeriod(cameras.device("Scale", "Scale" + std::to_string(d)), 0);
-  for (int count = 1; count <= 16; ++count) {
-    Spread fps, perStream, cpu;
-    for (int r = 0; r < options.runs; ++r) {
-      std::vector<Stream*> streams;
-      // Spread over the devices first, as a rig of several cameras would be.
-      for (int i = 0; i < count; ++i) {
-        const std::string device = "Scale" + std::to_string(i % 4);
-        const std::string id = "S" + std::to_string(i % 4) + std::to_string(i / 4);
-        streams.push_back(&cameras.stream("Scale", device, id));
-      }
-      const GrabResult grab = grabUnpaced(streams, window);
-      fps.runs.push_back(grab.framesPerSecond);
-      perStream.runs.push_back(grab.framesPerSecond / count);
-      cpu.runs.push_back(grab.cpuPerFrame * 1e6);
-    }
-    std::printf("| %d | %s | %s | %s |\n", count, fps.text("%.0f").c_str(), perStream.text("%.0f").c_str(),
-                cpu.text("%.1f").c_str());
-    if (scaleData.is_open()) scaleData << count << ' ' << fps.median() << ' ' << fps.min() << ' ' << fps.max() << '\n';
-  }
+  allMet = scale(cameras, options, window) == 0 && allMet;
 
   // 6. Idle cost.
   std::printf("\n### Idle cost: a grabbing 1920 x 1080 Mono8 stream whose consumer holds every buffer\n\n");

@@ -170,6 +170,12 @@ void AcquisitionThread::run(FillSide& side, Plan plan) noexcept {
         // The same frame is tried again next period: frame ids stay dense across underruns.
         std::fprintf(stderr, "Warning: buffer underrun at frame %llu\n", static_cast<unsigned long long>(frameId));
         std::fflush(stderr);
+        if (!paced) {
+          // Tries again at once, but after the threads that are ready to run: one of them may be
+          // the consumer about to queue a buffer. Without this, with more streams than cores,
+          // this loop spends the time slices their consumers need.
+          std::this_thread::yield();
+        }
       }
       if (paced) {
         deadline = after(deadline, plan.framePeriod);

@@ -17,12 +17,12 @@ namespace lumo::mockTL {
 
 // The thread that produces a grabbing stream's frames. Once per frame period it takes the oldest
 // queued buffer, fills it, stamps it and delivers it; without a queued buffer it prints the
-// underrun warning and tries the same frame again one period later. In software-trigger mode it
-// waits for a trigger instead of a deadline, and for a buffer when none is queued, so that no
-// trigger is lost. Once the camera is unplugged it delivers nothing more. Deadlines are absolute, so the
-// mean rate is one frame per period without drift; a frame that comes late restarts the schedule
-// from that moment instead of catching up. It ends when grabbing ends or the requested number of
-// frames has been delivered.
+// underrun warning and tries the same frame again one period later (unpaced: at once, after the
+// threads that are ready to run). In software-trigger mode it waits for a trigger instead of a
+// deadline, and for a buffer when none is queued, so that no trigger is lost. Once the camera is
+// unplugged it delivers nothing more. Deadlines are absolute, so the mean rate is one frame per
+// period without drift; a frame that comes late restarts the schedule from that moment instead of
+// catching up. It ends when grabbing ends or the requested number of frames has been delivered.
 //
 // A fill that throws does not end the thread: the failure goes to the stream's error event and the
 // buffer is delivered all the same, with its frame id, holding whatever the failed fill left, so

@@ -181,7 +181,9 @@ class DataStream final : public SpecificModule<void*>, public std::enable_shared
 
   std::atomic<bool> open_{false};
   // Declared in the order they depend on each other; the stream ends acquisition before any of
-  // them goes.
+  // them goes. The acquisition thread reads the recording's frames (alone), the format (under the
+  // settings mutex), the composer (its own while it runs), the queues (under their mutexes) and
+  // the acquisition control's atomics; never open_ or camera_.
   const Recording recording_;
   StreamFormat format_;
   FrameComposer composer_;
