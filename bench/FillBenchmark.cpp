@@ -16,7 +16,7 @@
 #include "source/ContainerReader.h"
 #include "source/GeneratedSource.h"
 #include "source/MemoryImage.h"
-#include "source/Pfnc.h"
+#include "base/Pfnc.h"
 #include "source/StreamFileWriter.h"
 #include "stream/AcquisitionThread.h"
 #include "stream/DataStream.h"

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "base/Pfnc.h"
 #include "gendc/Container.h"
 #include "source/ImageFiles.h"
 #include "source/StreamFileWriter.h"
@@ -142,7 +143,7 @@ int main(int argc, char** argv) {
     return 2;
   }
   const fs::path corpus = argv[1];
-  constexpr std::uint32_t kMono8 = 0x01080001;
+  constexpr std::uint32_t kMono8 = lumo::mockTL::pfnc::Mono8;
   constexpr std::uint32_t kMono16 = 0x01100007;
   constexpr std::uint32_t kRgb10 = 0x02300018;
   constexpr std::uint32_t kMono12p = 0x010C0047;

@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+#include "base/Pfnc.h"
+
 namespace lumo::mockTL::GenDc {
 
 // HeaderType written into every part header; the register passes any 16-bit value through.
@@ -16,7 +18,6 @@ struct StreamSettings {
   // Contiguous are 0, MultipleFlow and the deprecated Composite are 1.
   static constexpr std::uint32_t kSingleFlow = 0;
   static constexpr std::uint32_t kMultipleFlow = 1;
-  static constexpr std::uint32_t kMono8 = 0x01080001;
   // Image sources deliver one plane per image, interleaved colour included.
   static constexpr std::uint32_t kPartsPerComponent = 1;
 
@@ -26,9 +27,9 @@ struct StreamSettings {
   std::uint32_t imageCount = 1;  // TestGenDCImageCount: one component per image
   std::uint32_t width = 0;
   std::uint32_t height = 0;
-  std::uint32_t pixelFormat = kMono8;  // PFNC code
-  std::uint32_t paddingX = 0;          // pixels appended to every line
-  std::uint32_t paddingY = 0;          // lines appended after the image
+  std::uint32_t pixelFormat = pfnc::Mono8;  // PFNC code
+  std::uint32_t paddingX = 0;               // pixels appended to every line
+  std::uint32_t paddingY = 0;               // lines appended after the image
 
   // Only the value 1 selects one flow per part; any other value, including ones the
   // enumeration does not know, keeps descriptor and data together in one flow.

@@ -12,4 +12,4 @@ lmmocktl_add_layer(gendc
     "${CMAKE_CURRENT_LIST_DIR}/HeaderBase.cpp"
     "${CMAKE_CURRENT_LIST_DIR}/PartHeader.cpp"
     "${CMAKE_CURRENT_LIST_DIR}/StreamSettings.cpp"
-  USES platform)
+  USES base)

@@ -7,7 +7,7 @@
 #include <system_error>
 
 #include "source/ImageFileLoader.h"
-#include "source/Pfnc.h"
+#include "base/Pfnc.h"
 
 namespace lumo::mockTL {
 namespace {

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <limits>
 
-#include "source/Pfnc.h"
+#include "base/Pfnc.h"
 
 namespace lumo::mockTL {
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <array>
 
-#include "source/Pfnc.h"
+#include "base/Pfnc.h"
 
 namespace lumo::mockTL {
 namespace {

@@ -9,7 +9,7 @@
 #include "base/GenericException.h"
 #include "base/Info.h"
 #include "platform/Platform.h"
-#include "source/Pfnc.h"
+#include "base/Pfnc.h"
 #include "stream/DataStream.h"
 
 namespace lumo::mockTL {

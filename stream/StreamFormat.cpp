@@ -6,7 +6,7 @@
 #include "base/GenericException.h"
 #include "gendc/ContainerDescriptor.h"
 #include "gendc/FlowMappingTable.h"
-#include "source/Pfnc.h"
+#include "base/Pfnc.h"
 
 namespace lumo::mockTL {
 

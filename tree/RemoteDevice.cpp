@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "base/GenericException.h"
-#include "source/Pfnc.h"
+#include "base/Pfnc.h"
 #include "stream/DataStream.h"
 #include "tree/Device.h"
 #include "tree/FileAccess.h"

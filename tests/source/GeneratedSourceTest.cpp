@@ -8,7 +8,7 @@
 
 #include "source/GeneratedImage.h"
 #include "source/GeneratedSource.h"
-#include "source/Pfnc.h"
+#include "base/Pfnc.h"
 #include "source/PixelFormatLayout.h"
 #include "support/ExpectThrowMessage.h"
 #include "support/StaleBuffer.h"

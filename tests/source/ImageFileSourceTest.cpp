@@ -12,7 +12,7 @@
 #include "source/ImageFileLoader.h"
 #include "source/ImageFileSource.h"
 #include "source/ImageFiles.h"
-#include "source/Pfnc.h"
+#include "base/Pfnc.h"
 #include "support/PrintImageGeometry.h"
 #include "support/ScopedEnvironment.h"
 

@@ -7,7 +7,7 @@
 #include <stdexcept>
 #include <vector>
 
-#include "source/Pfnc.h"
+#include "base/Pfnc.h"
 #include "stream/DataStream.h"
 #include "support/ExpectGenTLError.h"
 #include "support/ExpectThrowMessage.h"

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "event/ErrorEvent.h"
-#include "source/Pfnc.h"
+#include "base/Pfnc.h"
 #include "stream/CameraLink.h"
 #include "stream/DataStream.h"
 #include "tree/ConfigurationLoader.h"

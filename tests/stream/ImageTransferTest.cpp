@@ -12,7 +12,7 @@
 
 #include "source/GeneratedSource.h"
 #include "source/MemoryImage.h"
-#include "source/Pfnc.h"
+#include "base/Pfnc.h"
 #include "source/PixelFormatLayout.h"
 #include "stream/ImageTransfer.h"
 #include "support/ExpectThrowMessage.h"
