@@ -3,28 +3,85 @@
 #include <array>
 #include <stdexcept>
 
-#include "base/Pfnc.h"
-
 namespace lmmocktl {
 
 namespace {
 
-using FormatEntry = lumo::mockTL::pfnc::PixelFormat;
+struct FormatEntry {
+  const char* name;
+  std::uint32_t code;
+  unsigned channels;       // samples per pixel in memory
+  unsigned bitsPerSample;  // in memory: 8, 16, or 10 / 12 when packed
+  unsigned significantBits;
+  bool packed;
+  bool reversed;  // BGR order in memory
+};
 
-const FormatEntry* findFormat(std::uint32_t code) { return lumo::mockTL::pfnc::find(code); }
+// PFNC codes: bits 16 to 23 of each give its bits per pixel.
+constexpr std::array kFormats{
+    FormatEntry{"Mono8", 0x01080001, 1, 8, 8, false, false},
+    FormatEntry{"Mono10", 0x01100003, 1, 16, 10, false, false},
+    FormatEntry{"Mono12", 0x01100005, 1, 16, 12, false, false},
+    FormatEntry{"Mono14", 0x01100025, 1, 16, 14, false, false},
+    FormatEntry{"Mono16", 0x01100007, 1, 16, 16, false, false},
+    FormatEntry{"Mono10p", 0x010A0046, 1, 10, 10, true, false},
+    FormatEntry{"Mono12p", 0x010C0047, 1, 12, 12, true, false},
+    FormatEntry{"BayerGR8", 0x01080008, 1, 8, 8, false, false},
+    FormatEntry{"BayerRG8", 0x01080009, 1, 8, 8, false, false},
+    FormatEntry{"BayerGB8", 0x0108000A, 1, 8, 8, false, false},
+    FormatEntry{"BayerBG8", 0x0108000B, 1, 8, 8, false, false},
+    FormatEntry{"BayerGR10", 0x0110000C, 1, 16, 10, false, false},
+    FormatEntry{"BayerRG10", 0x0110000D, 1, 16, 10, false, false},
+    FormatEntry{"BayerGB10", 0x0110000E, 1, 16, 10, false, false},
+    FormatEntry{"BayerBG10", 0x0110000F, 1, 16, 10, false, false},
+    FormatEntry{"BayerGR12", 0x01100010, 1, 16, 12, false, false},
+    FormatEntry{"BayerRG12", 0x01100011, 1, 16, 12, false, false},
+    FormatEntry{"BayerGB12", 0x01100012, 1, 16, 12, false, false},
+    FormatEntry{"BayerBG12", 0x01100013, 1, 16, 12, false, false},
+    FormatEntry{"BayerGR16", 0x0110002E, 1, 16, 16, false, false},
+    FormatEntry{"BayerRG16", 0x0110002F, 1, 16, 16, false, false},
+    FormatEntry{"BayerGB16", 0x01100030, 1, 16, 16, false, false},
+    FormatEntry{"BayerBG16", 0x01100031, 1, 16, 16, false, false},
+    FormatEntry{"BayerBG10p", 0x010A0052, 1, 10, 10, true, false},
+    FormatEntry{"BayerGB10p", 0x010A0054, 1, 10, 10, true, false},
+    FormatEntry{"BayerGR10p", 0x010A0056, 1, 10, 10, true, false},
+    FormatEntry{"BayerRG10p", 0x010A0058, 1, 10, 10, true, false},
+    FormatEntry{"BayerBG12p", 0x010C0053, 1, 12, 12, true, false},
+    FormatEntry{"BayerGB12p", 0x010C0055, 1, 12, 12, true, false},
+    FormatEntry{"BayerGR12p", 0x010C0057, 1, 12, 12, true, false},
+    FormatEntry{"BayerRG12p", 0x010C0059, 1, 12, 12, true, false},
+    FormatEntry{"RGB8", 0x02180014, 3, 8, 8, false, false},
+    FormatEntry{"BGR8", 0x02180015, 3, 8, 8, false, true},
+    FormatEntry{"RGBa8", 0x02200016, 4, 8, 8, false, false},
+    FormatEntry{"BGRa8", 0x02200017, 4, 8, 8, false, true},
+    FormatEntry{"RGB10", 0x02300018, 3, 16, 10, false, false},
+    FormatEntry{"BGR10", 0x02300019, 3, 16, 10, false, true},
+    FormatEntry{"RGB12", 0x0230001A, 3, 16, 12, false, false},
+    FormatEntry{"BGR12", 0x0230001B, 3, 16, 12, false, true},
+    FormatEntry{"RGB16", 0x02300033, 3, 16, 16, false, false},
+    FormatEntry{"BGR16", 0x0230004B, 3, 16, 16, false, true},
+};
+
+const FormatEntry* findFormat(std::uint32_t code) {
+  for (const FormatEntry& entry : kFormats) {
+    if (entry.code == code) return &entry;
+  }
+  return nullptr;
+}
 
 }  // namespace
 
 std::optional<std::string> UnpackedImage::formatName(std::uint32_t pixelFormat) {
   const FormatEntry* entry = findFormat(pixelFormat);
   if (entry == nullptr) return std::nullopt;
-  return std::string(entry->name);
+  return entry->name;
 }
 
 std::optional<std::uint32_t> UnpackedImage::formatCode(const std::string& name) {
-  const FormatEntry* entry = lumo::mockTL::pfnc::find(std::string_view(name));
-  if (entry == nullptr) return std::nullopt;
-  return entry->code;
+  for (const FormatEntry& entry : kFormats) {
+    if (name == entry.name) return entry.code;
+  }
+  return std::nullopt;
 }
 
 UnpackedImage UnpackedImage::unpack(std::uint32_t pixelFormat, const std::uint8_t* data, std::size_t size,
@@ -44,8 +101,7 @@ UnpackedImage UnpackedImage::unpack(std::uint32_t pixelFormat, const std::uint8_
       (lineSamples * (height == 0 ? 0 : height - 1) + std::uint64_t{width} * format->channels) * format->bitsPerSample;
   if ((neededBits + 7) / 8 > size) {
     throw std::runtime_error(std::string("the buffer holds ") + std::to_string(size) + " bytes, too few for a " +
-                             std::to_string(width) + " x " + std::to_string(height) + " " + std::string(format->name) +
-                             " image");
+                             std::to_string(width) + " x " + std::to_string(height) + " " + format->name + " image");
   }
 
   UnpackedImage image;

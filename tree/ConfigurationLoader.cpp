@@ -12,7 +12,6 @@
 #include <string_view>
 
 #include "platform/Platform.h"
-#include "base/Pfnc.h"
 
 namespace lumo::mockTL {
 namespace {
@@ -21,10 +20,22 @@ using Images = ConfigurationLoader::Images;
 
 using nlohmann::json;
 
-// A name the configuration may give a stream stores its code; any other name stores 0.
+struct NamedFormat {
+  std::string_view name;
+  std::uint32_t code;
+};
+
+// The PFNC formats a file may name; anything else is stored as 0.
+constexpr NamedFormat kPixelFormats[] = {
+    {"Mono8", 0x01080001},      {"Mono16", 0x01100007},     {"Mono12p", 0x010C0047},
+    {"RGB8", 0x02180014},       {"RGB10", 0x02300018},      {"BayerBG12p", 0x010C0053},
+    {"BayerRG12p", 0x010C0059}, {"BayerGB12p", 0x010C0055}, {"BayerGR12p", 0x010C0057},
+};
+
 std::uint32_t pixelFormatCode(std::string_view name) {
-  const pfnc::PixelFormat* format = pfnc::find(name);
-  return format != nullptr && format->configurable ? format->code : 0;
+  const auto* found = std::find_if(std::begin(kPixelFormats), std::end(kPixelFormats),
+                                   [name](const NamedFormat& format) { return format.name == name; });
+  return found != std::end(kPixelFormats) ? found->code : 0;
 }
 
 StreamConfiguration builtInStream(const char* id, const char* format) {
