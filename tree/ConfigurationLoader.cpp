@@ -12,6 +12,7 @@
 #include <string_view>
 
 #include "platform/Platform.h"
+#include "source/PixelFormatLayout.h"
 
 namespace lumo::mockTL {
 namespace {
@@ -20,22 +21,10 @@ using Images = ConfigurationLoader::Images;
 
 using nlohmann::json;
 
-struct NamedFormat {
-  std::string_view name;
-  std::uint32_t code;
-};
-
 // The PFNC formats a file may name; anything else is stored as 0.
-constexpr NamedFormat kPixelFormats[] = {
-    {"Mono8", 0x01080001},      {"Mono16", 0x01100007},     {"Mono12p", 0x010C0047},
-    {"RGB8", 0x02180014},       {"RGB10", 0x02300018},      {"BayerBG12p", 0x010C0053},
-    {"BayerRG12p", 0x010C0059}, {"BayerGB12p", 0x010C0055}, {"BayerGR12p", 0x010C0057},
-};
-
 std::uint32_t pixelFormatCode(std::string_view name) {
-  const auto* found = std::find_if(std::begin(kPixelFormats), std::end(kPixelFormats),
-                                   [name](const NamedFormat& format) { return format.name == name; });
-  return found != std::end(kPixelFormats) ? found->code : 0;
+  const PixelFormatLayout* format = findPixelFormatNamed(name);
+  return format != nullptr && format->configurable ? format->code : 0;
 }
 
 StreamConfiguration builtInStream(const char* id, const char* format) {
