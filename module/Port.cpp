@@ -11,6 +11,29 @@ namespace lumo::mockTL {
 
 using error::GenericException;
 
+namespace {
+
+// Runs `operation` on each entry in turn and stops at the first that fails or falls short; `count`
+// ends as the entries completed.
+template <typename Operation>
+void runStacked(PORT_REGISTER_STACK_ENTRY* entries, std::size_t& count, const char* where, const char* invalid,
+                const char* unfinished, Operation operation) {
+  if (entries == nullptr || count == 0) throw GenericException(GC_ERR_INVALID_PARAMETER, where, invalid);
+  const std::size_t total = count;
+  count = 0;
+  for (std::size_t i = 0; i < total; ++i) {
+    // The single operations refuse a null buffer before the address; an entry's is the consumer's
+    // argument all the same, and following it would crash the consumer's process.
+    if (entries[i].pBuffer == nullptr) throw GenericException(GC_ERR_INVALID_PARAMETER, where, invalid);
+    const std::size_t requested = entries[i].Size;
+    operation(entries[i]);
+    if (entries[i].Size != requested) throw GenericException(GC_ERR_ERROR, where, unfinished);
+    ++count;
+  }
+}
+
+}  // namespace
+
 Port::Port() = default;
 
 Port::~Port() { HandleRegistry::UnregisterModule(this); }
@@ -52,48 +75,17 @@ void Port::Write(std::uint64_t address, const void* source, std::size_t& size) {
 void Port::ReadStacked(PORT_REGISTER_STACK_ENTRY* entries, std::size_t& count) {
   std::lock_guard lock(portMutex_);
   FailIfPortNotImplemented();
-  constexpr const char* where = "lumo::mockTL::Port::ReadStacked";
-  if (entries == nullptr || count == 0) {
-    throw GenericException(GC_ERR_INVALID_PARAMETER, where, "Invalid parameters used for stacked read operation");
-  }
-  const std::size_t total = count;
-  count = 0;
-  for (std::size_t i = 0; i < total; ++i) {
-    // The single operations refuse a null buffer before the address; an entry's is the consumer's
-    // argument all the same, and following it would crash the consumer's process.
-    if (entries[i].pBuffer == nullptr) {
-      throw GenericException(GC_ERR_INVALID_PARAMETER, where, "Invalid parameters used for stacked read operation");
-    }
-    const std::size_t requested = entries[i].Size;
-    ReadImpl(entries[i].Address, entries[i].pBuffer, entries[i].Size);
-    if (entries[i].Size != requested) {
-      throw GenericException(GC_ERR_ERROR, where, "One of the stacked read operations was not finished completely");
-    }
-    ++count;
-  }
+  runStacked(entries, count, "lumo::mockTL::Port::ReadStacked", "Invalid parameters used for stacked read operation",
+             "One of the stacked read operations was not finished completely",
+             [this](PORT_REGISTER_STACK_ENTRY& entry) { ReadImpl(entry.Address, entry.pBuffer, entry.Size); });
 }
 
 void Port::WriteStacked(PORT_REGISTER_STACK_ENTRY* entries, std::size_t& count) {
   std::lock_guard lock(portMutex_);
   FailIfPortNotImplemented();
-  constexpr const char* where = "lumo::mockTL::Port::WriteStacked";
-  if (entries == nullptr || count == 0) {
-    throw GenericException(GC_ERR_INVALID_PARAMETER, where, "Invalid parameters used for stacked write operation");
-  }
-  const std::size_t total = count;
-  count = 0;
-  for (std::size_t i = 0; i < total; ++i) {
-    // Refused as in ReadStacked.
-    if (entries[i].pBuffer == nullptr) {
-      throw GenericException(GC_ERR_INVALID_PARAMETER, where, "Invalid parameters used for stacked write operation");
-    }
-    const std::size_t requested = entries[i].Size;
-    WriteImpl(entries[i].Address, entries[i].pBuffer, entries[i].Size);
-    if (entries[i].Size != requested) {
-      throw GenericException(GC_ERR_ERROR, where, "One of the stacked write operations was not finished completely");
-    }
-    ++count;
-  }
+  runStacked(entries, count, "lumo::mockTL::Port::WriteStacked", "Invalid parameters used for stacked write operation",
+             "One of the stacked write operations was not finished completely",
+             [this](PORT_REGISTER_STACK_ENTRY& entry) { WriteImpl(entry.Address, entry.pBuffer, entry.Size); });
 }
 
 void Port::GetPortInfo(PORT_INFO_CMD command, INFO_DATATYPE& type, void* destination, std::size_t& size) {

@@ -166,38 +166,36 @@ RegisterMap::Range RegisterMap::resolve(std::uint64_t address, std::size_t size,
   return {static_cast<std::size_t>(first - registers_.begin()), static_cast<std::size_t>(last - registers_.begin())};
 }
 
-void RegisterMap::ReadImpl(std::uint64_t address, void* destination, std::size_t& size) {
-  const Range range = resolve(address, size, false);
-  auto* out = static_cast<std::uint8_t*>(destination);
+template <typename Piece>
+void RegisterMap::forEachPiece(std::uint64_t address, std::size_t& size, bool forWrite, Piece piece) {
+  const Range range = resolve(address, size, forWrite);
   std::size_t remaining = size;
   size = 0;
   for (std::size_t i = range.first; i <= range.last; ++i) {
     const RegisterRecord& record = registers_[i];
     const std::uint64_t offset = address - record.address;
     const std::size_t count = static_cast<std::size_t>(std::min<std::uint64_t>(remaining, record.length - offset));
-    readRegister(record, offset, out, count);
-    out += count;
+    piece(record, offset, size, count);
     address += count;
     size += count;
     remaining -= count;
   }
 }
 
+void RegisterMap::ReadImpl(std::uint64_t address, void* destination, std::size_t& size) {
+  auto* out = static_cast<std::uint8_t*>(destination);
+  forEachPiece(address, size, false,
+               [&](const RegisterRecord& record, std::uint64_t offset, std::size_t done, std::size_t count) {
+                 readRegister(record, offset, out + done, count);
+               });
+}
+
 void RegisterMap::WriteImpl(std::uint64_t address, const void* source, std::size_t& size) {
-  const Range range = resolve(address, size, true);
   const auto* in = static_cast<const std::uint8_t*>(source);
-  std::size_t remaining = size;
-  size = 0;
-  for (std::size_t i = range.first; i <= range.last; ++i) {
-    const RegisterRecord& record = registers_[i];
-    const std::uint64_t offset = address - record.address;
-    const std::size_t count = static_cast<std::size_t>(std::min<std::uint64_t>(remaining, record.length - offset));
-    writeRegister(record, offset, in, count);
-    in += count;
-    address += count;
-    size += count;
-    remaining -= count;
-  }
+  forEachPiece(address, size, true,
+               [&](const RegisterRecord& record, std::uint64_t offset, std::size_t done, std::size_t count) {
+                 writeRegister(record, offset, in + done, count);
+               });
 }
 
 void RegisterMap::readRegister(const RegisterRecord& record, std::uint64_t offset, std::uint8_t* destination,

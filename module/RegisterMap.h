@@ -66,6 +66,10 @@ class RegisterMap : public Port {
     std::size_t last;
   };
   Range resolve(std::uint64_t address, std::size_t size, bool forWrite) const;
+  // Resolves [address, address + size) and hands each register's share to `piece` as (record, offset
+  // in the record, bytes done so far, byte count); `size` ends as the bytes handled.
+  template <typename Piece>
+  void forEachPiece(std::uint64_t address, std::size_t& size, bool forWrite, Piece piece);
   void readRegister(const RegisterRecord& record, std::uint64_t offset, std::uint8_t* destination, std::size_t count);
   void writeRegister(const RegisterRecord& record, std::uint64_t offset, const std::uint8_t* source, std::size_t count);
   template <class T>
