@@ -35,10 +35,15 @@ class Acquisition : public StreamSession {
 TEST_F(Acquisition, ConsumerCycleDeliversDenseFrameIdsAndCountsEveryFrame) {
   const DS_HANDLE stream = openDeviceStream();
   const EVENT_HANDLE event = startAcquisition(stream, 6);
+  uint64_t previousTimestamp = 0;
   for (uint64_t frame = 0; frame < 6; ++frame) {
     const BUFFER_HANDLE buffer = nextBuffer(event);
     ASSERT_NE(buffer, nullptr);
     EXPECT_EQ(bufferInfo<uint64_t>(stream, buffer, BUFFER_INFO_FRAMEID), frame);
+    // Stamped per frame (a buffer left at 0 or at its previous stamp is the fault).
+    const auto timestamp = bufferInfo<uint64_t>(stream, buffer, BUFFER_INFO_TIMESTAMP_NS);
+    EXPECT_GT(timestamp, previousTimestamp) << "frame " << frame;
+    previousTimestamp = timestamp;
     EXPECT_EQ(bufferInfo<bool8_t>(stream, buffer, BUFFER_INFO_NEW_DATA), 1);
     EXPECT_EQ(bufferInfo<bool8_t>(stream, buffer, BUFFER_INFO_IS_QUEUED), 0) << "taken from the event";
     EXPECT_EQ(gentl.DSQueueBuffer(stream, buffer), GC_ERR_SUCCESS);
