@@ -13,10 +13,10 @@
 #include <span>
 #include <vector>
 
+#include "base/Pfnc.h"
 #include "source/ContainerReader.h"
 #include "source/GeneratedSource.h"
 #include "source/MemoryImage.h"
-#include "base/Pfnc.h"
 #include "source/StreamFileWriter.h"
 #include "stream/AcquisitionThread.h"
 #include "stream/DataStream.h"

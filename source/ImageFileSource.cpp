@@ -6,8 +6,8 @@
 #include <string>
 #include <system_error>
 
-#include "source/ImageFileLoader.h"
 #include "base/Pfnc.h"
+#include "source/ImageFileLoader.h"
 
 namespace lumo::mockTL {
 namespace {

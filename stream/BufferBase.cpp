@@ -8,8 +8,8 @@
 
 #include "base/GenericException.h"
 #include "base/Info.h"
-#include "platform/Platform.h"
 #include "base/Pfnc.h"
+#include "platform/Platform.h"
 #include "stream/DataStream.h"
 
 namespace lumo::mockTL {

@@ -4,9 +4,9 @@
 #include <utility>
 
 #include "base/GenericException.h"
+#include "base/Pfnc.h"
 #include "gendc/ContainerDescriptor.h"
 #include "gendc/FlowMappingTable.h"
-#include "base/Pfnc.h"
 
 namespace lumo::mockTL {
 

@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
+#include "base/Pfnc.h"
 #include "source/GeneratedImage.h"
 #include "source/GeneratedSource.h"
-#include "base/Pfnc.h"
 #include "source/PixelFormatLayout.h"
 #include "support/ExpectThrowMessage.h"
 #include "support/StaleBuffer.h"

@@ -9,10 +9,10 @@
 #include <string>
 #include <vector>
 
+#include "base/Pfnc.h"
 #include "source/ImageFileLoader.h"
 #include "source/ImageFileSource.h"
 #include "source/ImageFiles.h"
-#include "base/Pfnc.h"
 #include "support/PrintImageGeometry.h"
 #include "support/ScopedEnvironment.h"
 

@@ -8,8 +8,8 @@
 #include <memory>
 #include <vector>
 
-#include "event/ErrorEvent.h"
 #include "base/Pfnc.h"
+#include "event/ErrorEvent.h"
 #include "stream/CameraLink.h"
 #include "stream/DataStream.h"
 #include "tree/ConfigurationLoader.h"

@@ -10,9 +10,9 @@
 #include <string>
 #include <vector>
 
+#include "base/Pfnc.h"
 #include "source/GeneratedSource.h"
 #include "source/MemoryImage.h"
-#include "base/Pfnc.h"
 #include "source/PixelFormatLayout.h"
 #include "stream/ImageTransfer.h"
 #include "support/ExpectThrowMessage.h"
