@@ -140,20 +140,12 @@ void AcquisitionThread::run(FillSide& side, Plan plan) noexcept {
       }
       // Numbered from 1, as the fault periods count.
       const std::uint64_t frame = frameId + 1;
-      const bool lost = every(plan.faults.lostEvery, frame);
-      // Claimed before a buffer is taken, so that a refusal never strands one.
-      const CameraLink::Claim claim = camera.claimFrame();
-      std::shared_ptr<Resource> resource;
-      if (claim == CameraLink::Claim::Refused) {
+      if (every(plan.faults.lostEvery, frame)) {
+        ++frameId;
+      } else if (const CameraLink::Claim claim = camera.claimFrame(); claim == CameraLink::Claim::Refused) {
         // Another stream holds the camera's last frame: it is unplugged, or the claim comes back.
         std::this_thread::yield();
-      } else if (lost) {
-        camera.returnClaim();
-        ++frameId;
-      } else if (resource = plan.triggered ? awaitBuffer(side) : side.takeQueuedBuffer(); resource == nullptr) {
-        camera.returnClaim();
-      }
-      if (resource != nullptr) {
+      } else if (std::shared_ptr<Resource> resource = plan.triggered ? awaitBuffer(side) : side.takeQueuedBuffer()) {
         BufferBase& buffer = resource->buffer();
         fill(side, buffer, plan, runFrame, every(plan.faults.incompleteEvery, frame), flows, scratch);
         buffer.setFrameId(frameId);
@@ -166,15 +158,19 @@ void AcquisitionThread::run(FillSide& side, Plan plan) noexcept {
         if (claim == CameraLink::Claim::Last) {
           camera.unplug();
         }
-      } else if (!plan.triggered && claim != CameraLink::Claim::Refused && !lost) {
-        // The same frame is tried again next period: frame ids stay dense across underruns.
-        std::fprintf(stderr, "Warning: buffer underrun at frame %llu\n", static_cast<unsigned long long>(frameId));
-        std::fflush(stderr);
-        if (!paced) {
-          // Tries again at once, but after the threads that are ready to run: one of them may be
-          // the consumer about to queue a buffer. Without this, with more streams than cores,
-          // this loop spends the time slices their consumers need.
-          std::this_thread::yield();
+      } else {
+        // Claimed before a buffer is taken, so that a refusal never strands one; no frame came of it.
+        camera.returnClaim();
+        if (!plan.triggered) {
+          // The same frame is tried again next period: frame ids stay dense across underruns.
+          std::fprintf(stderr, "Warning: buffer underrun at frame %llu\n", static_cast<unsigned long long>(frameId));
+          std::fflush(stderr);
+          if (!paced) {
+            // Tries again at once, but after the threads that are ready to run: one of them may be
+            // the consumer about to queue a buffer. Without this, with more streams than cores,
+            // this loop spends the time slices their consumers need.
+            std::this_thread::yield();
+          }
         }
       }
       if (paced) {

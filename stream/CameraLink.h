@@ -52,7 +52,7 @@ class CameraLink {
   // Claims one more frame to deliver: Refused once the camera is unplugged or its last frame is
   // claimed, Last for the frame whose delivery unplugs it (then call unplug()).
   Claim claimFrame();
-  // Gives a granted claim back when no frame came of it (no buffer, or the frame was lost).
+  // Gives a granted claim back when no frame came of it (no buffer was queued).
   void returnClaim();
   // Unplugs the camera: pushes the removal event's item. Safe to call once per removal.
   void unplug();

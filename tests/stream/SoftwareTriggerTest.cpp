@@ -103,14 +103,4 @@ TEST_F(SoftwareTrigger, EveryAcquiringStreamOfTheDeviceDeliversOneFramePerTrigge
   }
 }
 
-// Fault caught: trigger mode switched on for every device, so the default camera stops streaming.
-TEST_F(SoftwareTrigger, WithTriggerModeOffATriggerOnlyCounts) {
-  open("Off");
-  writeCamera(camera::kSleepBetweenFrames, 1000000u);
-  const EVENT_HANDLE event = startAcquisition(first);
-  EXPECT_EQ(frameId(first, event), 0u);
-  EXPECT_EQ(frameId(first, event), 1u);
-  EXPECT_EQ(gentl.DSStopAcquisition(first, ACQ_STOP_FLAGS_DEFAULT), GC_ERR_SUCCESS);
-}
-
 }  // namespace
