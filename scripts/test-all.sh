@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Builds LmMockTL and runs the whole test suite three times: a plain optimised build, an
+# Builds LmMockTL and runs the whole test suite three times: a plain optimised build (followed by the
+# Python package's suite against its installed wheel), an
 # AddressSanitizer + UndefinedBehaviorSanitizer build, and a ThreadSanitizer build of the
 # unit, black-box and stress tests (the concurrency cases among them); then runs every fuzzing harness
 # for a bounded time (LMMOCKTL_FUZZ_SECONDS per harness, 60 unless set; 0 skips it). Mirrors CI
@@ -19,6 +20,9 @@ configure_and_build() {
 echo "== optimised build"
 configure_and_build build/release -DCMAKE_BUILD_TYPE=RelWithDebInfo
 ctest --test-dir "$root/build/release" --output-on-failure -j "$jobs"
+
+echo "== Python package: the wheel, installed in a fresh virtual environment, with harvesters"
+bash "$root/scripts/test-python.sh"
 
 echo "== AddressSanitizer + UndefinedBehaviorSanitizer"
 configure_and_build build/asan -DCMAKE_BUILD_TYPE=Debug -DLMMOCKTL_SANITIZE=address,undefined -DLMMOCKTL_BUILD_BENCH=OFF

@@ -110,23 +110,6 @@ TEST_F(ConfigurationLoaderTest, DeviceTextsAreReadOrFallBackToTheIdAndTheDefault
   }
 }
 
-TEST_F(ConfigurationLoaderTest, StreamSettingsAreRead) {
-  const StreamConfiguration stream = loadStream(R"("Width": 640, "Height": 480, "PaddingMode": 1,
-      "PaddingPixelCountX": 8, "PaddingLineCountY": 2, "PixelFormat": "RGB8",
-      "IncompleteFrameEvery": 3, "LostFrameEvery": 5, "ErrorEventEvery": 7)");
-  EXPECT_EQ(stream.width, 640u);
-  EXPECT_EQ(stream.height, 480u);
-  EXPECT_EQ(stream.paddingMode, 1);
-  EXPECT_EQ(stream.paddingPixelCountX, 8u);
-  EXPECT_EQ(stream.paddingLineCountY, 2u);
-  EXPECT_EQ(stream.pixelFormat, 0x02180014u);
-  EXPECT_FALSE(stream.isStreamFile);
-  EXPECT_EQ(std::tuple(stream.faults.incompleteEvery, stream.faults.lostEvery, stream.faults.errorEvery),
-            std::tuple(3u, 5u, 7u));
-  const FaultPeriods plain = loadStream(R"("Width": 8)").faults;
-  EXPECT_EQ(plain.incompleteEvery + plain.lostEvery + plain.errorEvery, 0u);
-}
-
 TEST_F(ConfigurationLoaderTest, StreamFileStreamsReadNoImageSettings) {
   const StreamConfiguration stream =
       loadStream(R"("StreamFilePath": "/data/run", "Width": 640, "PixelFormat": "Mono8")");
