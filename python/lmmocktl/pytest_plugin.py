@@ -3,12 +3,12 @@
 from __future__ import annotations
 
 from pathlib import Path
-from typing import Callable, Optional, Union
+from typing import Callable
 
 import pytest
 
 from . import cti_path
-from ._config import ENVIRONMENT_VARIABLE, Config, ConfigLike, write_config
+from ._config import ENVIRONMENT_VARIABLE, ConfigLike, write_config
 
 
 @pytest.fixture(scope="session")
@@ -22,8 +22,8 @@ def mock_camera(tmp_path: Path, monkeypatch: pytest.MonkeyPatch) -> Callable[...
     """``mock_camera(config)`` writes ``config`` under ``tmp_path`` and points the producer at it
     for this test; the environment is restored afterwards. Returns the written file's path."""
 
-    def configure(config: Optional[Union[ConfigLike]] = None) -> Path:
-        path = write_config(config if config is not None else Config(), tmp_path / "LmMockTL.json")
+    def configure(config: ConfigLike) -> Path:
+        path = write_config(config, tmp_path / "LmMockTL.json")
         monkeypatch.setenv(ENVIRONMENT_VARIABLE, str(path))
         return path
 
