@@ -181,6 +181,7 @@ class Figures:
     nodes: int = 0  # value nodes: features and the registers and formulas behind them
     unavailable: int = 0  # not implemented or not available here
     read: int = 0
+    selected_reads: int = 0  # features read again at each value of the selector selecting them
     written_nodes: int = 0  # nodes written, each write read back equal from the port
     writes: int = 0
     executed: int = 0
@@ -260,6 +261,12 @@ class Walk:
         if back != expected:
             raise AssertionError(f"written {value!r}, read back {back!r}")
         self.figures.writes += 1
+        # What a selector selects is read at each of its values, not only at the one it held.
+        if node.node.is_selector():
+            for selected in node.node.selected_features:
+                if selected.get_access_mode() in (Access.RO, Access.RW):
+                    fresh(selected)
+                    self.figures.selected_reads += 1
 
     def number(self, node) -> None:
         value, low, high = fresh(node), node.min, node.max
@@ -272,10 +279,14 @@ class Walk:
             return
         if not self.writable:
             return
-        if isinstance(node, genapi.IInteger):
-            high = low + (high - low) // node.inc * node.inc
-        # A feature is written with its bounds; a register behind one only with the value it holds.
-        values = [value, low, high] if self.feature else [value]
+        # A feature is written with its bounds, a selector with each of its indexes; a register behind
+        # a feature only with the value it holds.
+        values = [value]
+        if self.feature:
+            step = node.inc if isinstance(node, genapi.IInteger) else None
+            values += [low, high if step is None else low + (high - low) // step * step]
+            if step and node.node.is_selector():
+                values = list(range(low, high + 1, step))
         for next_value in values + [1 - value if self.departure == INVERTED else value]:
             self.write_reads_back(node, next_value, 1 - next_value if self.departure == INVERTED else None)
 
