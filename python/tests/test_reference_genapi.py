@@ -362,7 +362,7 @@ class OpenProducer:
             gentl("DSQueueBuffer", self.stream, self.buffers[-1])
 
     def check_source(self, config: str) -> None:
-        nodes, _, _ = node_map(self.gentl, self.remote)
+        nodes, port, _ = node_map(self.gentl, self.remote)  # the port lives as long as the node map
         if config == "GenDC":
             nodes.get_node("GenDCStreamingMode").value = "On"
         source = tuple(nodes.get_node(name).value for name in ("StreamingDataSource", "GenDCStreamingStatus"))
