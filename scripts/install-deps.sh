@@ -3,7 +3,7 @@
 # that needs more passes the extra packages as arguments.
 set -euo pipefail
 packages=(cmake g++ make pkg-config libgtest-dev nlohmann-json3-dev libxml2-utils binutils
-  libpng-dev libjpeg62-turbo-dev libtiff-dev libopenjp2-7-dev libstb-dev libaravis-dev libusb-1.0-0-dev "$@")
+  libpng-dev libjpeg62-turbo-dev libtiff-dev libopenjp2-7-dev libstb-dev libaravis-dev libusb-1.0-0-dev libcli11-dev "$@")
 missing=()
 for package in "${packages[@]}"; do
   dpkg -s "$package" >/dev/null 2>&1 || missing+=("$package")

@@ -109,10 +109,9 @@ void FeaturesCommand::apply(const GenTLArvDevice& features, const std::string& a
   }
 }
 
-int FeaturesCommand::run(const GenTLLibrary& gentl, CommandLine& line) {
-  const std::string module = line.option("module").value_or("remote");
-  const std::optional<std::string> streamId = line.option("stream");
-  std::vector<std::string> words = line.positionals();
+int FeaturesCommand::run(const GenTLLibrary& gentl, const Options& options) {
+  const std::string& module = options.module;
+  std::vector<std::string> words = options.words;
   if (module != "remote" && module != "system" && module != "interface" && module != "device" && module != "stream") {
     throw ToolError("unknown module " + module + " (remote, system, interface, device or stream)", ToolError::kUsage);
   }
@@ -139,7 +138,7 @@ int FeaturesCommand::run(const GenTLLibrary& gentl, CommandLine& line) {
       } else if (module == "stream") {
         const std::vector<std::string> streams = session.streamIds(device);
         if (streams.empty()) throw ToolError("device " + entry.deviceId + " has no data stream");
-        const std::string id = streamId.value_or(streams.front());
+        const std::string id = options.stream.value_or(streams.front());
         stream = std::make_unique<Acquisition>(gentl, device, id);
         port = stream->stream();
       }

@@ -1,9 +1,10 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
+#include <vector>
 
-#include "tools/CommandLine.h"
 #include "tools/GenTLArvDevice.h"
 #include "tools/GenTLLibrary.h"
 #include "tools/ProducerSession.h"
@@ -14,8 +15,14 @@ namespace lmmocktl {
 // through Aravis' node map.
 class FeaturesCommand {
  public:
+  struct Options {
+    std::string module = "remote";
+    std::optional<std::string> stream;
+    std::vector<std::string> words;  // [DEVICE] [NAME[=VALUE] ...]
+  };
+
   static const char* help();
-  static int run(const GenTLLibrary& gentl, CommandLine& line);
+  static int run(const GenTLLibrary& gentl, const Options& options);
 
   // The port functions of a loaded producer, for GenTLArvDevice.
   static GenTLPortFunctions portFunctions(const GenTLLibrary& gentl);

@@ -23,19 +23,6 @@ namespace lmmocktl {
 
 namespace {
 
-struct GrabOptions {
-  std::vector<std::string> streams;  // empty: the first stream
-  bool allStreams = false;
-  std::uint64_t count = 10;
-  unsigned buffers = 4;
-  std::uint64_t timeoutMs = 5000;
-  std::optional<std::filesystem::path> out;
-  bool raw = false;
-  // Software triggers to execute per stream (0: the camera runs free); the frames that arrive for
-  // them are saved.
-  std::uint64_t triggers = 0;
-};
-
 // A bar on standard error, redrawn in place, for a terminal only: logs get the summary alone.
 class ProgressBar {
  public:
@@ -108,7 +95,7 @@ class RemovalWatch {
 // The next frame, waiting in slices so that an unplugged camera ends the wait at once. Empty when
 // the camera is gone, or, for triggered frames (some may be lost), when none came in time.
 std::optional<Acquisition::Frame> nextFrame(Acquisition& acquisition, RemovalWatch& removal,
-                                            const GrabOptions& options) {
+                                            const GrabCommand::Options& options) {
   constexpr std::uint64_t kSlice = 100;
   for (std::uint64_t waited = 0; waited < options.timeoutMs; waited += kSlice) {
     if (auto frame = acquisition.tryNext(std::min(kSlice, options.timeoutMs - waited))) return frame;
@@ -119,7 +106,7 @@ std::optional<Acquisition::Frame> nextFrame(Acquisition& acquisition, RemovalWat
 }
 
 StreamResult grabStream(const GenTLLibrary& gentl, DEV_HANDLE device, const GenTLArvDevice* remote,
-                        const std::string& streamId, const GrabOptions& options) {
+                        const std::string& streamId, const GrabCommand::Options& options) {
   std::size_t fallbackPayload = 0;
   if (remote != nullptr) {
     try {
@@ -242,20 +229,9 @@ const char* GrabCommand::help() {
          "                per stream and save the frames that arrive (--count is not used)\n";
 }
 
-int GrabCommand::run(const GenTLLibrary& gentl, CommandLine& line) {
-  GrabOptions options;
-  if (auto stream = line.option("stream")) {
-    options.allStreams = *stream == "all";
-    if (!options.allStreams) options.streams.push_back(*stream);
-  }
-  options.count = line.number("count", 1, 1000000).value_or(options.count);
-  options.buffers = static_cast<unsigned>(line.number("buffers", 1, 1000).value_or(options.buffers));
-  options.timeoutMs = line.number("timeout", 1, 3600000).value_or(options.timeoutMs);
-  options.triggers = line.number("trigger", 1, 1000000).value_or(0);
-  if (auto out = line.option("out")) options.out = *out;
-  options.raw = line.flag("raw");
+int GrabCommand::run(const GenTLLibrary& gentl, const Options& options) {
   if (options.raw && !options.out) throw ToolError("--raw needs --out", ToolError::kUsage);
-  std::vector<std::string> words = line.positionals();
+  std::vector<std::string> words = options.words;
 
   ProducerSession session(gentl);
   std::string deviceName;
@@ -273,8 +249,8 @@ int GrabCommand::run(const GenTLLibrary& gentl, CommandLine& line) {
   DEV_HANDLE device = session.openDevice(entry);
   const std::vector<std::string> available = session.streamIds(device);
   if (available.empty()) throw ToolError("device " + entry.deviceId + " has no data stream");
-  if (options.allStreams) options.streams = available;
-  if (options.streams.empty()) options.streams.push_back(available.front());
+  std::vector<std::string> streams = {options.stream.empty() ? available.front() : options.stream};
+  if (options.stream == "all") streams = available;
 
   PORT_HANDLE port = nullptr;
   gentl.check(gentl.DevGetPort(device, &port), "DevGetPort");
@@ -292,7 +268,7 @@ int GrabCommand::run(const GenTLLibrary& gentl, CommandLine& line) {
   }
 
   std::vector<std::filesystem::path> files;
-  for (const std::string& streamId : options.streams) {
+  for (const std::string& streamId : streams) {
     const auto index = std::find(available.begin(), available.end(), streamId);
     if (index == available.end()) {
       std::string known;

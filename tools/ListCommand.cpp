@@ -78,9 +78,7 @@ const char* ListCommand::help() {
          "serial number, access status) and data streams.\n";
 }
 
-int ListCommand::run(const GenTLLibrary& gentl, CommandLine& line) {
-  if (!line.positionals().empty()) throw ToolError("list takes no arguments", ToolError::kUsage);
-
+int ListCommand::run(const GenTLLibrary& gentl) {
   auto tl = [&](TL_INFO_CMD command) {
     return [&gentl, command](INFO_DATATYPE* type, void* buffer, size_t* size) {
       return gentl.GCGetInfo(command, type, buffer, size);

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "tools/CommandLine.h"
 #include "tools/GenTLLibrary.h"
 
 namespace lmmocktl {
@@ -9,7 +8,7 @@ namespace lmmocktl {
 class ListCommand {
  public:
   static const char* help();
-  static int run(const GenTLLibrary& gentl, CommandLine& line);
+  static int run(const GenTLLibrary& gentl);
 };
 
 }  // namespace lmmocktl

@@ -57,16 +57,10 @@ const char* RecordCommand::help() {
          "  --timeout MS         how long to wait for one frame (5000)\n";
 }
 
-int RecordCommand::run(const GenTLLibrary& gentl, CommandLine& line) {
-  const std::optional<std::string> out = line.option("out");
-  const std::optional<unsigned long long> count = line.number("count", 1, 100000000);
-  const std::optional<std::string> streamOption = line.option("stream");
-  const auto buffers = static_cast<unsigned>(line.number("buffers", 1, 1000).value_or(4));
-  const std::uint64_t perFile = line.number("frames-per-file", 1, 1000000).value_or(100);
-  const std::uint64_t timeoutMs = line.number("timeout", 1, 3600000).value_or(5000);
-  std::vector<std::string> words = line.positionals();
-  if (!out) throw ToolError("record needs --out PATH, the InfoFile to write", ToolError::kUsage);
-  if (!count) throw ToolError("record needs --count N", ToolError::kUsage);
+int RecordCommand::run(const GenTLLibrary& gentl, const Options& options) {
+  std::vector<std::string> words = options.words;
+  if (!options.out) throw ToolError("record needs --out PATH, the InfoFile to write", ToolError::kUsage);
+  if (!options.count) throw ToolError("record needs --count N", ToolError::kUsage);
 
   ProducerSession session(gentl);
   std::string deviceName;
@@ -81,7 +75,7 @@ int RecordCommand::run(const GenTLLibrary& gentl, CommandLine& line) {
   DEV_HANDLE device = session.openDevice(entry);
   const std::vector<std::string> streams = session.streamIds(device);
   if (streams.empty()) throw ToolError("device " + entry.deviceId + " has no data stream");
-  const std::string streamId = streamOption.value_or(streams.front());
+  const std::string streamId = options.stream.value_or(streams.front());
   const auto index = std::find(streams.begin(), streams.end(), streamId);
   if (index == streams.end()) throw ToolError("unknown stream " + streamId);
 
@@ -111,7 +105,7 @@ int RecordCommand::run(const GenTLLibrary& gentl, CommandLine& line) {
   }
   const std::vector<std::size_t> segmentSizes(layout.sizes.begin(), layout.sizes.end());
 
-  const std::filesystem::path infoFile = *out;
+  const std::filesystem::path infoFile = *options.out;
   if (infoFile.has_parent_path()) {
     std::error_code error;
     std::filesystem::create_directories(infoFile.parent_path(), error);
@@ -120,7 +114,7 @@ int RecordCommand::run(const GenTLLibrary& gentl, CommandLine& line) {
   std::uint64_t flowSetSize = 0;
   for (std::uint64_t size : layout.sizes) flowSetSize += size;
 
-  acquisition.announce(buffers, flowSetSize, segmentSizes);
+  acquisition.announce(options.buffers, flowSetSize, segmentSizes);
   const bool lockable = arv_gc_get_node(camera->genicam(), "TLParamsLocked") != nullptr;
   if (lockable) FeaturesCommand::apply(*camera, "TLParamsLocked=1", true);
   std::uint64_t firstId = 0;
@@ -130,9 +124,9 @@ int RecordCommand::run(const GenTLLibrary& gentl, CommandLine& line) {
     // Created once the first container arrived, so that a stream that cannot be recorded leaves
     // no files behind.
     std::optional<StreamFileWriter> writer;
-    acquisition.start(*count);
-    for (std::uint64_t i = 0; i < *count; ++i) {
-      const Acquisition::Frame frame = acquisition.next(timeoutMs);
+    acquisition.start(*options.count);
+    for (std::uint64_t i = 0; i < *options.count; ++i) {
+      const Acquisition::Frame frame = acquisition.next(options.timeoutMs);
       if (i == 0) {
         firstId = frame.frameId;
         // Stream files hold GenDC containers: a plain image would record, but never replay.
@@ -140,7 +134,7 @@ int RecordCommand::run(const GenTLLibrary& gentl, CommandLine& line) {
           throw ToolError("stream " + streamId + " delivers payload type " + std::to_string(frame.payloadType) +
                           ", not GenDC containers (" + std::to_string(PAYLOAD_TYPE_GENDC) + ")");
         }
-        writer.emplace(infoFile, layout.sizes, layout.prefetchDescriptor, perFile);
+        writer.emplace(infoFile, layout.sizes, layout.prefetchDescriptor, options.framesPerFile);
       }
       lastId = frame.frameId;
       const std::vector<Flow> flows = flowsOf(acquisition, frame, layout);
@@ -149,7 +143,7 @@ int RecordCommand::run(const GenTLLibrary& gentl, CommandLine& line) {
     }
     acquisition.stop();
     writer->finish();
-    files = (writer->flowSetCount() + perFile - 1) / perFile;
+    files = (writer->flowSetCount() + options.framesPerFile - 1) / options.framesPerFile;
   } catch (const ToolError&) {
     if (lockable) FeaturesCommand::apply(*camera, "TLParamsLocked=0", true);
     throw;
@@ -159,9 +153,10 @@ int RecordCommand::run(const GenTLLibrary& gentl, CommandLine& line) {
   }
   if (lockable) FeaturesCommand::apply(*camera, "TLParamsLocked=0", true);
 
-  std::printf("%s: %llu containers of %zu flow%s (%llu bytes each), frame ids %llu to %llu\n", streamId.c_str(), *count,
-              layout.sizes.size(), layout.sizes.size() == 1 ? "" : "s", static_cast<unsigned long long>(flowSetSize),
-              static_cast<unsigned long long>(firstId), static_cast<unsigned long long>(lastId));
+  std::printf("%s: %llu containers of %zu flow%s (%llu bytes each), frame ids %llu to %llu\n", streamId.c_str(),
+              *options.count, layout.sizes.size(), layout.sizes.size() == 1 ? "" : "s",
+              static_cast<unsigned long long>(flowSetSize), static_cast<unsigned long long>(firstId),
+              static_cast<unsigned long long>(lastId));
   std::printf("recorded into %s and %llu data file%s beside it\n", infoFile.c_str(),
               static_cast<unsigned long long>(files), files == 1 ? "" : "s");
   return 0;
