@@ -69,7 +69,7 @@ class Stream(_Record):
 
 @dataclass
 class Device(_Record):
-    """One simulated camera with up to four streams."""
+    """One simulated camera with up to four streams; left without ``streams`` it has none."""
 
     id: str
     streams: Optional[List[Stream]] = None
