@@ -6,4 +6,4 @@ list(APPEND LMMOCKTL_UNIT_TESTS
   "${PROJECT_SOURCE_DIR}/gentl/ExportsEvent.cpp")
 list(APPEND LMMOCKTL_BLACKBOX_TESTS
   "${CMAKE_CURRENT_LIST_DIR}/LibraryLifecycleTest.cpp"
-  "${CMAKE_CURRENT_LIST_DIR}/PortAndEventExportsTest.cpp")
+  "${CMAKE_CURRENT_LIST_DIR}/ExportChecksTest.cpp")

@@ -162,13 +162,6 @@ INSTANTIATE_TEST_SUITE_P(Formats, PackedImage,
                                          PackedCase{BayerBG12p, BayerBG12, 12}, PackedCase{BayerGB12p, BayerGB12, 12},
                                          PackedCase{BayerGR12p, BayerGR12, 12}, PackedCase{BayerRG12p, BayerRG12, 12}));
 
-TEST(GeneratedImage, Mono10pPacksFourSamplesIntoFiveBytesLowBitsFirst) {
-  // Samples 0, 4, 8, 12: 0 | 4 << 10 | 8 << 20 | 12 << 30 = 0x0300801000.
-  const std::vector<std::byte> image = generate({Mono10p, 4, 1, 0, 0});
-  EXPECT_EQ(image, (std::vector<std::byte>{std::byte{0x00}, std::byte{0x10}, std::byte{0x80}, std::byte{0x00},
-                                           std::byte{0x03}}));
-}
-
 TEST(GeneratedImage, PartialPackedGroupIsWrittenOnlyUpToThePayload) {
   // Five 10-bit samples are 50 bits, a payload of 6 bytes: the fifth sample keeps its low 8 bits.
   const ImageGeometry geometry{Mono10p, 5, 1, 0, 0};
@@ -179,12 +172,6 @@ TEST(GeneratedImage, PartialPackedGroupIsWrittenOnlyUpToThePayload) {
   EXPECT_EQ(unpack(image, 10, 4), (std::vector<std::uint16_t>{0, 4, 8, 12}));
   EXPECT_EQ(image[5], std::byte{16});
   for (std::size_t i = 6; i < image.size(); ++i) EXPECT_EQ(image[i], kStale) << i;
-}
-
-TEST(GeneratedImage, PackerRefusesAnUnpackedFormat) {
-  std::vector<std::byte> buffer(16);
-  EXPECT_THROW_MESSAGE(writePackedImageData(*findPixelFormatLayout(Mono10), {Mono10, 2, 2, 0, 0}, buffer.data()),
-                       std::runtime_error, "invalid format for BufferP");
 }
 
 // Codes outside the table, among them packed codes whose bit layout exists but is never delivered.

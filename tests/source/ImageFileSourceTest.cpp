@@ -10,7 +10,6 @@
 #include <vector>
 
 #include "base/Pfnc.h"
-#include "source/ImageFileLoader.h"
 #include "source/ImageFileSource.h"
 #include "source/ImageFiles.h"
 #include "support/PrintImageGeometry.h"
@@ -138,31 +137,6 @@ TEST_F(ImageFileSourceTest, ImagesThatDifferFromTheFirstAreLeftOut) {
   ASSERT_EQ(lines.size(), 5u);
   EXPECT_NE(lines[1].find("c.png\": its planes differ from the first image's"), std::string::npos) << lines[1];
   EXPECT_NE(lines[3].find("e.png\": its size 6 x 5 differs from the first image's"), std::string::npos) << lines[3];
-}
-
-// An image whose second plane holds wider samples than its first, which no decoder here makes.
-class MixedPlanesImage : public SourceImage {
- public:
-  std::uint32_t width() const override { return 2; }
-  std::uint32_t height() const override { return 2; }
-  std::size_t planeCount() const override { return 3; }
-  PlaneDataType planeDataType(std::size_t plane) const override {
-    return {plane == 1 ? std::uint8_t{16} : std::uint8_t{8}, false};
-  }
-  std::optional<LinearPlane> linearPlane(std::size_t) const override { return std::nullopt; }
-};
-
-TEST_F(ImageFileSourceTest, ImageWithPlanesOfDifferentDataTypesEmptiesTheList) {
-  write("a.png");
-  write("b.png");
-  write("c.png");
-  const auto loader = [](const fs::path& file) -> std::shared_ptr<const SourceImage> {
-    if (file.filename() == "b.png") return std::make_shared<MixedPlanesImage>();
-    return ImageFileLoader::load(file);
-  };
-  EXPECT_TRUE(ImageFileSource::load(path(), std::nullopt, report_, loader).empty());
-  EXPECT_EQ(reportLines(), Names{"Skipped all image files: the planes of \"" + (path() / "b.png").string() +
-                                 "\" differ in data type"});
 }
 
 struct GeometryCase {

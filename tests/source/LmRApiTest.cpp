@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <string>
 #include <thread>
 #include <vector>
@@ -31,65 +30,6 @@ class OpenedRecordingTest : public ::testing::Test {
   TemporaryDirectory dir;
   LmRContainerReaderHandle reader = nullptr;
 };
-
-struct ShortBufferCase {
-  const char* name;
-  LmRProperty property;
-  std::size_t needed;
-  const char* message;
-};
-
-class PropertyBufferOneByteShortTest : public OpenedRecordingTest,
-                                       public ::testing::WithParamInterface<ShortBufferCase> {};
-
-TEST_P(PropertyBufferOneByteShortTest, IsRefusedWithoutWriting) {
-  std::vector<std::uint8_t> buffer(GetParam().needed, 0xEE);
-  std::size_t size = GetParam().needed - 1;
-  EXPECT_LMR_FAILURE(LmRContainerReaderGetProperty(reader, GetParam().property, buffer.data(), &size),
-                     LmRStatus::BufferTooSmall, GetParam().message);
-  EXPECT_EQ(buffer, std::vector<std::uint8_t>(GetParam().needed, 0xEE));
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Properties, PropertyBufferOneByteShortTest,
-    ::testing::Values(ShortBufferCase{"FlowSetCount", LmRProperty::FlowSetCount, 8,
-                                      "given buffer is not big enough to hold the property"},
-                      ShortBufferCase{"FlowSizes", LmRProperty::FlowSizes, 24,
-                                      "given buffer is not big enough to hold the flow sizes"},
-                      ShortBufferCase{"PrefetchDescriptor", LmRProperty::PrefetchDescriptor, kDescriptor.size(),
-                                      "given buffer is not big enough to hold the prefetch descriptor"},
-                      ShortBufferCase{"DataFileCount", LmRProperty::DataFileCount, 8,
-                                      "given buffer is not big enough to hold the property"},
-                      ShortBufferCase{"FixedFlowSizes", LmRProperty::FixedFlowSizes, 1,
-                                      "given buffer is not big enough to hold the property"}),
-    [](const auto& info) { return info.param.name; });
-
-TEST_F(OpenedRecordingTest, UnknownPropertiesAndNullPointersAreRefused) {
-  std::size_t propertySize = 0;
-  for (const std::uint32_t id : {5u, 0xFFFFFFFFu}) {
-    EXPECT_LMR_FAILURE(LmRContainerReaderGetProperty(reader, static_cast<LmRProperty>(id), nullptr, &propertySize),
-                       LmRStatus::InvalidParameter, "unknown container reader property");
-  }
-  EXPECT_LMR_FAILURE(LmRContainerReaderGetProperty(reader, LmRProperty::FlowSizes, nullptr, nullptr),
-                     LmRStatus::InvalidParameter, "size pointer must not be null");
-  LmRFlowSetViewHandle view = nullptr;
-  EXPECT_LMR_FAILURE(LmRContainerReaderCreateView(reader, 0, nullptr), LmRStatus::InvalidParameter,
-                     "output pointer must not be null");
-  ASSERT_EQ(LmRContainerReaderCreateView(reader, 0, &view), LmRStatus::Success);
-  std::uint64_t size = 0;
-  const void* data = nullptr;
-  EXPECT_LMR_FAILURE(LmRFlowSetViewFlowCount(view, nullptr), LmRStatus::InvalidParameter,
-                     "output pointer must not be null");
-  EXPECT_LMR_FAILURE(LmRFlowSetViewGetFlow(view, 0, nullptr, &size), LmRStatus::InvalidParameter,
-                     "output pointer must not be null");
-  EXPECT_LMR_FAILURE(LmRFlowSetViewGetFlow(view, 0, &data, nullptr), LmRStatus::InvalidParameter,
-                     "output pointer must not be null");
-  EXPECT_LMR_FAILURE(LmRCreateContainerReader(nullptr, &reader), LmRStatus::InvalidParameter,
-                     "InfoFile path must not be null");
-  EXPECT_LMR_FAILURE(LmRCreateContainerReader((dir / "rec.info").c_str(), nullptr), LmRStatus::InvalidParameter,
-                     "output pointer must not be null");
-  EXPECT_EQ(LmRFlowSetViewRelease(view), LmRStatus::Success);
-}
 
 // Every call refuses a handle that is not a live one of its kind: released, of the other kind, or
 // made up. A reader or view made after a release must not bring the released handle back to life.

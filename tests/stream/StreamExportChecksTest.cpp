@@ -1,73 +1,12 @@
 // The argument checks of the data stream exports: each refused argument with its code and
 // message, as a consumer meets them through the built LmMockTL.cti.
-#include <gtest/gtest.h>
+#include "support/ExportChecks.h"
 
-#include <string>
-
-#include "support/ExportCheckTable.h"
-#include "support/StreamSession.h"
-
+namespace testing_support::export_checks {
 namespace {
 
-using testing_support::GenTLExports;
-using testing_support::kHandle;
-using testing_support::kParameter;
-using testing_support::kUnknown;
-using testing_support::StreamSession;
-
-// MyStream0 open with three allocated buffers, and MyStream1 open with one of its own.
-struct Handles {
-  DEV_HANDLE device;
-  DS_HANDLE stream;
-  BUFFER_HANDLE buffer;
-  DS_HANDLE other;
-  BUFFER_HANDLE foreign;
-};
-
-// Output places for the calls.
-struct Scratch {
-  INFO_DATATYPE type = 0;
-  size_t size = 8;
-  uint64_t value = 0;
-  uint32_t count = 0;
-  void* pointer = nullptr;
-  BUFFER_HANDLE buffer = nullptr;
-  DEV_HANDLE device = nullptr;
-  char memory[16] = {};
-  void* segments[2] = {memory, nullptr};
-  size_t sizes[2] = {sizeof(memory), sizeof(memory)};
-  DS_BUFFER_INFO_STACKED stacked{BUFFER_INFO_WIDTH, 0, &value, sizeof(value), 0};
-};
-
-using CheckCase = testing_support::ExportCheck<Handles, Scratch>;
-
-class StreamExportChecks : public StreamSession, public ::testing::WithParamInterface<CheckCase> {
- protected:
-  // Before GCInitLib every data stream export refuses first of all, whatever its arguments.
-  void SetUp() override {
-    if (::testing::UnitTest::GetInstance()->current_test_info()->value_param() != nullptr) {
-      Scratch scratch;
-      EXPECT_EQ(GetParam().call(gentl, Handles{}, scratch), GC_ERR_NOT_INITIALIZED);
-    }
-    StreamSession::SetUp();
-    handles.stream = openDeviceStream();
-    handles.device = device;
-    handles.buffer = allocateBuffers(handles.stream, 3)[0];
-    handles.other = openStream(device, "MyStream1");
-    handles.foreign = allocateBuffers(handles.other, 1)[0];
-  }
-
-  Handles handles{};
-};
-
-TEST_P(StreamExportChecks, RefuseWithTheirCodeAndMessage) {
-  Scratch scratch;
-  EXPECT_EQ(GetParam().call(gentl, handles, scratch), GetParam().code);
-  expectLastError(GetParam().code, GetParam().message);
-}
-
 INSTANTIATE_TEST_SUITE_P(
-    BufferManagement, StreamExportChecks,
+    BufferManagement, ExportChecks,
     ::testing::Values(
         CHECK_CASE("CloseNull", kHandle, "invalid handle", gentl.DSClose(nullptr)),
         CHECK_CASE("CloseUnknown", kHandle, "handle is unknown", gentl.DSClose(kUnknown)),
@@ -132,8 +71,6 @@ INSTANTIATE_TEST_SUITE_P(
         CHECK_CASE("QueueUnknownBuffer", kHandle, "handle buffer is unknown", gentl.DSQueueBuffer(h.stream, kUnknown)),
         CHECK_CASE("QueueAnotherStreamsBuffer", GC_ERR_INVALID_BUFFER, "Buffer not announced",
                    gentl.DSQueueBuffer(h.stream, h.foreign)),
-        CHECK_CASE("QueueStreamAsBuffer", GC_ERR_INVALID_BUFFER, "Buffer not announced",
-                   gentl.DSQueueBuffer(h.stream, h.other)),
         CHECK_CASE("QueueTwice", GC_ERR_INVALID_BUFFER, "Buffer is already queued",
                    gentl.DSQueueBuffer(h.stream, h.buffer)),
         CHECK_CASE("FlushNull", kHandle, "invalid handle", gentl.DSFlushQueue(nullptr, ACQ_QUEUE_ALL_DISCARD)),
@@ -151,10 +88,10 @@ INSTANTIATE_TEST_SUITE_P(
                    gentl.DSGetParentDev(nullptr, nullptr)),
         CHECK_CASE("ParentNullIsUnknown", kHandle, "handle is unknown", gentl.DSGetParentDev(nullptr, &s.device)),
         CHECK_CASE("ParentDeviceHandle", kHandle, "handle is unknown", gentl.DSGetParentDev(h.device, &s.device))),
-    testing_support::checkName);
+    kName);
 
 INSTANTIATE_TEST_SUITE_P(
-    Acquisition, StreamExportChecks,
+    Acquisition, ExportChecks,
     ::testing::Values(
         CHECK_CASE("StartNull", kHandle, "invalid handle", gentl.DSStartAcquisition(nullptr, 0, 1)),
         CHECK_CASE("StartUnknown", kHandle, "handle is unknown", gentl.DSStartAcquisition(kUnknown, 0, 1)),
@@ -171,10 +108,10 @@ INSTANTIATE_TEST_SUITE_P(
         CHECK_CASE("StopDeviceHandle", kHandle, "handle is invalid after cast", gentl.DSStopAcquisition(h.device, 0)),
         CHECK_CASE("StopNeverStarted", GC_ERR_RESOURCE_IN_USE, "grab was not running",
                    gentl.DSStopAcquisition(h.stream, 0))),
-    testing_support::checkName);
+    kName);
 
 INSTANTIATE_TEST_SUITE_P(
-    Information, StreamExportChecks,
+    Information, ExportChecks,
     ::testing::Values(
         CHECK_CASE("InfoNull", kHandle, "invalid ds handle",
                    gentl.DSGetInfo(nullptr, STREAM_INFO_ID, &s.type, nullptr, &s.size)),
@@ -223,10 +160,10 @@ INSTANTIATE_TEST_SUITE_P(
                    gentl.DSGetNumBufferParts(h.stream, h.buffer, &s.count)),
         CHECK_CASE("PartInfo", GC_ERR_NOT_IMPLEMENTED, "TL does not do chunky data info",
                    gentl.DSGetBufferPartInfo(h.stream, h.buffer, 0, 0, &s.type, nullptr, &s.size))),
-    testing_support::checkName);
+    kName);
 
 INSTANTIATE_TEST_SUITE_P(
-    FlowsAndSegments, StreamExportChecks,
+    FlowsAndSegments, ExportChecks,
     ::testing::Values(
         CHECK_CASE("NumFlowsNull", kHandle, "null pointer: hDataStream", gentl.DSGetNumFlows(nullptr, &s.count)),
         CHECK_CASE("NumFlowsUnknown", kHandle, "unknown handle: hDataStream", gentl.DSGetNumFlows(kUnknown, &s.count)),
@@ -254,19 +191,7 @@ INSTANTIATE_TEST_SUITE_P(
         CHECK_CASE("SegmentInfoOfAPlainBuffer", GC_ERR_NOT_IMPLEMENTED,
                    "segment info is only available for composite buffers",
                    gentl.DSGetBufferSegmentInfo(h.stream, h.buffer, 0, SEGMENT_INFO_BASE, &s.type, nullptr, &s.size))),
-    testing_support::checkName);
-
-TEST_F(StreamExportChecks, PartInfoStackedDoesNothingAndSucceeds) {
-  gentl.GCCloseLib();
-  EXPECT_EQ(gentl.DSGetBufferPartInfoStacked(nullptr, nullptr, nullptr, 0), GC_ERR_NOT_INITIALIZED);
-  ASSERT_EQ(gentl.GCInitLib(), GC_ERR_SUCCESS);
-  EXPECT_EQ(gentl.DSGetBufferPartInfoStacked(nullptr, nullptr, nullptr, 0), GC_ERR_SUCCESS);
-}
-
-TEST_F(StreamExportChecks, ParentOfAStreamIsItsDevice) {
-  DEV_HANDLE parent = nullptr;
-  ASSERT_EQ(gentl.DSGetParentDev(handles.stream, &parent), GC_ERR_SUCCESS);
-  EXPECT_EQ(parent, handles.device);
-}
+    kName);
 
 }  // namespace
+}  // namespace testing_support::export_checks

@@ -9,6 +9,6 @@ list(APPEND LMMOCKTL_BLACKBOX_TESTS
   "${CMAKE_CURRENT_LIST_DIR}/InjectedFaultsTest.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/SoftwareTriggerTest.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/StreamConcurrencyTest.cpp"
-  "${CMAKE_CURRENT_LIST_DIR}/StreamExportChecksTest.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/StreamFileReplayTest.cpp"
+  "${CMAKE_CURRENT_LIST_DIR}/StreamExportChecksTest.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/StreamInfoTest.cpp")

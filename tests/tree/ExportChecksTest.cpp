@@ -1,70 +1,9 @@
 // The argument checks of the system, interface and device exports: each refused argument with its
 // code and message, as a consumer meets them through the built LmMockTL.cti.
-#include <gtest/gtest.h>
+#include "support/ExportChecks.h"
 
-#include <string>
-
-#include "support/ConsumerSession.h"
-#include "support/ExportCheckTable.h"
-
+namespace testing_support::export_checks {
 namespace {
-
-using testing_support::ConsumerSession;
-using testing_support::GenTLExports;
-using testing_support::kHandle;
-using testing_support::kParameter;
-using testing_support::kUnknown;
-
-// The open tree the calls run against: MyInterface0, MyDevice0 and its MyStream0, all open.
-struct Handles {
-  TL_HANDLE system;
-  IF_HANDLE iface;
-  DEV_HANDLE device;
-  DS_HANDLE stream;
-};
-
-// Output places for the calls.
-struct Scratch {
-  INFO_DATATYPE type = 0;
-  size_t size = 64;
-  char text[64] = {};
-  uint32_t count = 0;
-  bool8_t changed = 0;
-  TL_HANDLE system = nullptr;
-  IF_HANDLE iface = nullptr;
-  DEV_HANDLE device = nullptr;
-  DS_HANDLE stream = nullptr;
-  PORT_HANDLE port = nullptr;
-};
-
-using CheckCase = testing_support::ExportCheck<Handles, Scratch>;
-
-constexpr GC_ERROR kId = GC_ERR_INVALID_ID;
-
-class ExportChecks : public ConsumerSession, public ::testing::WithParamInterface<CheckCase> {
- protected:
-  void SetUp() override {
-    // Before GCInitLib every export refuses as not initialised, except TLClose and TLGetInfo,
-    // which look at their handle first. The text is unreadable then: GCGetLastError refuses too.
-    const std::string name = GetParam().name;
-    const bool handleFirst = name.starts_with("TLClose") || name.starts_with("TLGetInfo");
-    Scratch scratch;
-    EXPECT_EQ(GetParam().call(gentl, Handles{}, scratch), handleFirst ? kHandle : GC_ERR_NOT_INITIALIZED);
-    ConsumerSession::SetUp();
-    handles.system = openSystem();
-    handles.iface = openInterface(handles.system);
-    handles.device = openDevice(handles.iface);
-    handles.stream = openStream(handles.device);
-  }
-
-  Handles handles{};
-};
-
-TEST_P(ExportChecks, RefuseWithTheirCodeAndMessage) {
-  Scratch scratch;
-  EXPECT_EQ(GetParam().call(gentl, handles, scratch), GetParam().code);
-  expectLastError(GetParam().code, GetParam().message);
-}
 
 INSTANTIATE_TEST_SUITE_P(
     System, ExportChecks,
@@ -139,7 +78,7 @@ INSTANTIATE_TEST_SUITE_P(
                    gentl.GCGetInfo(TL_INFO_ID, nullptr, nullptr, &s.size)),
         CHECK_CASE("GCGetInfoNullSize", kParameter, "piSize < = 0",
                    gentl.GCGetInfo(TL_INFO_ID, &s.type, nullptr, nullptr))),
-    testing_support::checkName);
+    kName);
 
 INSTANTIATE_TEST_SUITE_P(
     Interface, ExportChecks,
@@ -212,7 +151,7 @@ INSTANTIATE_TEST_SUITE_P(
                    gentl.IFGetParentTL(h.device, &s.system)),
         CHECK_CASE("IFGetParentTLClosedInterface", kHandle, "iface not open",
                    (gentl.IFClose(h.iface), gentl.IFGetParentTL(h.iface, &s.system)))),
-    testing_support::checkName);
+    kName);
 
 INSTANTIATE_TEST_SUITE_P(
     Device, ExportChecks,
@@ -281,6 +220,7 @@ INSTANTIATE_TEST_SUITE_P(
         CHECK_CASE("DevGetParentIFSystemHandle", kHandle, "unknown device", gentl.DevGetParentIF(h.system, &s.iface)),
         CHECK_CASE("DevGetParentIFClosedInterface", kHandle, "iface is not open/created",
                    (gentl.IFClose(h.iface), gentl.DevGetParentIF(h.device, &s.iface)))),
-    testing_support::checkName);
+    kName);
 
 }  // namespace
+}  // namespace testing_support::export_checks

@@ -4,9 +4,9 @@ list(APPEND LMMOCKTL_UNIT_TESTS
   "${CMAKE_CURRENT_LIST_DIR}/DeclaredRegistersTest.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/TreeRegistersTest.cpp")
 list(APPEND LMMOCKTL_BLACKBOX_TESTS
-  "${CMAKE_CURRENT_LIST_DIR}/ExportChecksTest.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/HostProcessTest.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/ModuleTreeTest.cpp"
+  "${CMAKE_CURRENT_LIST_DIR}/ExportChecksTest.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/RemoteDeviceTest.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/RemovalEventTest.cpp")
 
