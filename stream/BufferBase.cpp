@@ -48,14 +48,14 @@ BufferBase::BufferBase(const std::shared_ptr<Module>& parent, std::vector<Segmen
   const std::shared_ptr<DataStream> stream = requireStream(parent);
   stream_ = stream;
   moduleId_ = moduleIdOf(segments_.front().base);
-  const ImageGeometry geometry = stream->imageGeometry();
+  const ImageGeometry geometry = stream->format().imageGeometry();
   const std::uint64_t bitsPerPixel = pfnc::bitsPerPixel(geometry.pixelFormat);
   width_ = geometry.width;
   height_ = geometry.height;
-  paddingMode_ = stream->paddingMode();
+  paddingMode_ = stream->format().paddingMode();
   xPadding_ = static_cast<std::uint32_t>(geometry.paddingX * bitsPerPixel / 8);
   yPadding_ = static_cast<std::uint32_t>(geometry.paddingY * bitsPerPixel * geometry.pixelsPerLine() / 8);
-  dataSize_ = stream->payloadSize();
+  dataSize_ = stream->format().payloadSize();
   timestamp_ = platform::monotonicNanoseconds();
   initRegisterMap();
   initEvents();
@@ -147,7 +147,7 @@ void BufferBase::GetBufferInfo(BUFFER_INFO_CMD command, INFO_DATATYPE& type, voi
     // Simply not queued: a delivered buffer shows no image until the consumer has taken it.
     case BUFFER_INFO_IMAGEPRESENT: return flag(!queued_);
     case BUFFER_INFO_PAYLOADTYPE: return count(static_cast<std::uint64_t>(payloadType()));
-    case BUFFER_INFO_PIXELFORMAT: return number(lockStream()->imageGeometry().pixelFormat);
+    case BUFFER_INFO_PIXELFORMAT: return number(lockStream()->format().imageGeometry().pixelFormat);
     case BUFFER_INFO_PIXELFORMAT_NAMESPACE: return number(PIXELFORMAT_NAMESPACE_PFNC_32BIT);
     case BUFFER_INFO_CHUNKLAYOUTID: throw GenericException(GC_ERR_NOT_IMPLEMENTED, where, "chunk not supported");
     case BUFFER_INFO_PIXEL_ENDIANNESS:
@@ -183,7 +183,7 @@ std::string BufferBase::ReadStringRegImpl(std::uint32_t id) {
 // pixel format, and consumers reading it get that.
 std::uint32_t BufferBase::ReadUint32RegImpl(std::uint32_t id) {
   switch (id) {
-    case kPixelFormatRegister: return lockStream()->imageGeometry().pixelFormat;
+    case kPixelFormatRegister: return lockStream()->format().imageGeometry().pixelFormat;
     case kIsQueuedRegister: return queued_ ? 1 : 0;
     default:
       throw GenericException(GC_ERR_NOT_IMPLEMENTED, "lumo::mockTL::BufferBase::ReadUint32RegImpl", "invalid reg_id");

@@ -283,15 +283,15 @@ void DataStream::getInfo(STREAM_INFO_CMD command, INFO_DATATYPE& type, void* des
     case STREAM_INFO_NUM_QUEUED: return count(queues_.queuedCount());
     case STREAM_INFO_NUM_AWAIT_DELIVERY: return count(queues_.outputQueue()->numInQueue());
     case STREAM_INFO_NUM_STARTED: return counter(acquisition_.startedCount());
-    case STREAM_INFO_PAYLOAD_SIZE: return count(payloadSize());
+    case STREAM_INFO_PAYLOAD_SIZE: return count(format_.payloadSize());
     case STREAM_INFO_IS_GRABBING: return reportFlag(type, destination, size, isGrabbing());
     case STREAM_INFO_DEFINES_PAYLOADSIZE: return reportFlag(type, destination, size, true);
     case STREAM_INFO_TLTYPE: return text(identity::kTransportLayerType);
     case STREAM_INFO_NUM_CHUNKS_MAX: return count(kMaxChunks);
     case STREAM_INFO_BUF_ANNOUNCE_MIN: return count(kMinimumAnnouncedBuffers);
     case STREAM_INFO_BUF_ALIGNMENT: return count(kAnnounceAlignment);
-    case STREAM_INFO_FLOW_TABLE: return reportBytes(type, destination, size, flowMappingTable());
-    case STREAM_INFO_GENDC_PREFETCH_DESCRIPTOR: return reportBytes(type, destination, size, genDCDescriptor());
+    case STREAM_INFO_FLOW_TABLE: return reportBytes(type, destination, size, format_.flowMappingTable());
+    case STREAM_INFO_GENDC_PREFETCH_DESCRIPTOR: return reportBytes(type, destination, size, format_.genDCDescriptor());
     case STREAM_INFO_CUSTOM_ID:
       throw GenericException(GC_ERR_NOT_IMPLEMENTED, where, "requested custom info not implemented");
     default: throw GenericException(GC_ERR_NOT_IMPLEMENTED, where, "requested info not implemented");
@@ -311,14 +311,6 @@ void DataStream::GetFlowInfo(std::uint32_t index, FLOW_INFO_CMD command, INFO_DA
   }
   info::ReportInfoNumeric(type, destination, size, info::Size{static_cast<std::size_t>(flowSize)});
 }
-
-std::vector<std::uint8_t> DataStream::flowMappingTable() const { return format_.flowMappingTable(); }
-
-std::vector<std::uint8_t> DataStream::genDCDescriptor() const { return format_.genDCDescriptor(); }
-
-std::size_t DataStream::flowMappingTableSize() const { return format_.flowMappingTableSize(); }
-
-std::size_t DataStream::genDCDescriptorSize() const { return format_.genDCDescriptorSize(); }
 
 std::uint64_t DataStream::streamFileMaxFrameId() const { return recording_.maxFrameId(); }
 
@@ -373,30 +365,6 @@ std::uint32_t DataStream::ReadUint32RegImpl(std::uint32_t id) {
 }
 
 // --- Image settings ---
-
-ImageGeometry DataStream::imageGeometry() const { return format_.imageGeometry(); }
-std::uint32_t DataStream::paddingMode() const { return format_.paddingMode(); }
-std::uint64_t DataStream::payloadSize() const { return format_.payloadSize(); }
-void DataStream::setPixelFormat(std::uint32_t pixelFormat) { format_.setPixelFormat(pixelFormat); }
-void DataStream::setWidth(std::uint32_t width) { format_.setWidth(width); }
-void DataStream::setHeight(std::uint32_t height) { format_.setHeight(height); }
-void DataStream::setPaddingMode(std::int32_t mode) { format_.setPaddingMode(mode); }
-void DataStream::setPaddingPixelCountX(std::uint32_t pixels) { format_.setPaddingPixelCountX(pixels); }
-void DataStream::setPaddingLineCountY(std::uint32_t lines) { format_.setPaddingLineCountY(lines); }
-std::uint32_t DataStream::paddingPixelCountX() const { return format_.paddingPixelCountX(); }
-std::uint32_t DataStream::paddingLineCountY() const { return format_.paddingLineCountY(); }
-std::uint32_t DataStream::streamingDataSource() const { return format_.streamingDataSource(); }
-GenDCSettings DataStream::genDCSettings() const { return format_.genDCSettings(); }
-void DataStream::setGenDCStreamingMode(std::uint32_t mode) { format_.setGenDCStreamingMode(mode); }
-void DataStream::setFlowMappingConfiguration(std::uint32_t configuration) {
-  format_.setFlowMappingConfiguration(configuration);
-}
-void DataStream::setGenDCPartType(std::uint16_t partType) { format_.setGenDCPartType(partType); }
-void DataStream::setGenDCImageCount(std::uint32_t count) { format_.setGenDCImageCount(count); }
-void DataStream::setStreamFileStartFrameId(std::uint64_t frameId) { format_.setStreamFileStartFrameId(frameId); }
-void DataStream::setSourceImages(std::vector<std::shared_ptr<const SourceImage>> images) {
-  format_.setSourceImages(std::move(images));
-}
 
 FrameContent DataStream::writeFrame(std::span<const Segment> segments, const SourceImage* image) {
   return composer_.write(segments, image);

@@ -118,48 +118,15 @@ class DataStream final : public SpecificModule<void*>, public std::enable_shared
   std::uint32_t numFlows() const;
   void GetFlowInfo(std::uint32_t index, FLOW_INFO_CMD command, INFO_DATATYPE& type, void* destination,
                    std::size_t& size) const;
-  // The flow mapping table and the (prefetch) GenDC descriptor of the current settings, as the
-  // flow table queries and the camera's GenDC registers deliver them. Throw GC_ERR_NO_DATA while
-  // the stream uses no flows; the table also GC_ERR_ERROR when it is longer than its register.
-  std::vector<std::uint8_t> flowMappingTable() const;
-  std::vector<std::uint8_t> genDCDescriptor() const;
-  // Their sizes, 0 while the stream uses no flows.
-  std::size_t flowMappingTableSize() const;
-  std::size_t genDCDescriptorSize() const;
   // The last flow set of the recording. Throws std::runtime_error "container reader not
   // initialized" when the stream replays no stream file.
   std::uint64_t streamFileMaxFrameId() const;
 
-  // --- Image settings, as the stream reports them to its buffers: padding counts 0 unless the
-  // padding mode is 1, pixel format Mono8 when none is configured. The setters store the value
-  // in the stream's record and recompute the payload size; buffers announced earlier keep the
-  // sizes they were made with, while fills follow the new settings.
-  ImageGeometry imageGeometry() const;
-  std::uint32_t paddingMode() const;
-  std::uint64_t payloadSize() const;
-  void setPixelFormat(std::uint32_t pixelFormat);
-  void setWidth(std::uint32_t width);
-  void setHeight(std::uint32_t height);
-  void setPaddingMode(std::int32_t mode);
-  void setPaddingPixelCountX(std::uint32_t pixels);
-  void setPaddingLineCountY(std::uint32_t lines);
-  // The padding counts as written, whatever the padding mode.
-  std::uint32_t paddingPixelCountX() const;
-  std::uint32_t paddingLineCountY() const;
-  // Where delivered data comes from: 0 generated images, 1 loaded image files, 2 a stream file.
-  std::uint32_t streamingDataSource() const;
-  GenDCSettings genDCSettings() const;
-  // GenDC settings changes: those that change a container's size recompute the payload size. A
-  // change that would leave GenDC streaming on with settings no container can describe (an image
-  // count other than 1 or 2, padding beyond 16 bits, sizes beyond 64 bits) is refused with
-  // GC_ERR_INVALID_PARAMETER and changes nothing; so is such a change of the image settings.
-  void setGenDCStreamingMode(std::uint32_t mode);
-  void setFlowMappingConfiguration(std::uint32_t configuration);
-  void setGenDCPartType(std::uint16_t partType);
-  void setGenDCImageCount(std::uint32_t count);
-  void setStreamFileStartFrameId(std::uint64_t frameId);
-  // The images an image-file source cycles through; taken at the next acquisition start.
-  void setSourceImages(std::vector<std::shared_ptr<const SourceImage>> images);
+  // --- The image and GenDC settings and what they make of a frame: the camera reads and writes
+  // them there. Buffers announced earlier keep the sizes they were made with, while fills follow
+  // the new settings.
+  StreamFormat& format() { return format_; }
+  const StreamFormat& format() const { return format_; }
 
   // Writes one frame of the current settings into a buffer's segments: the image into the first
   // (see writeImageData), or, in GenDC streaming mode, a container built now with the image as

@@ -46,7 +46,10 @@ class StreamFormat {
   // Fixed by the configuration like the id, so read without a lock.
   const FaultPeriods& faults() const { return configuration_.faults; }
 
-  // Padding counts 0 unless the padding mode is 1, pixel format Mono8 when none is configured.
+  // As the stream reports them to its buffers: padding counts 0 unless the padding mode is 1,
+  // pixel format Mono8 when none is configured. The padding counts alone are as written, whatever
+  // the padding mode. Streaming data source: 0 generated images, 1 loaded image files, 2 a stream
+  // file.
   ImageGeometry imageGeometry() const;
   FrameSettings frameSettings() const;
   std::uint32_t paddingMode() const;
@@ -57,8 +60,11 @@ class StreamFormat {
   GenDCSettings genDCSettings() const;
   std::vector<std::shared_ptr<const SourceImage>> sourceImages() const;
 
-  // A change that would leave GenDC streaming on with settings no container can describe is
-  // refused with GC_ERR_INVALID_PARAMETER and changes nothing.
+  // Each setter stores the value in the stream's record and recomputes the payload size (GenDC
+  // changes only when they change a container's size). A change that would leave GenDC streaming
+  // on with settings no container can describe (an image count other than 1 or 2, padding beyond
+  // 16 bits, sizes beyond 64 bits) is refused with GC_ERR_INVALID_PARAMETER and changes nothing.
+  // Source images are taken at the next acquisition start.
   void setPixelFormat(std::uint32_t pixelFormat);
   void setWidth(std::uint32_t width);
   void setHeight(std::uint32_t height);
@@ -72,7 +78,11 @@ class StreamFormat {
   void setStreamFileStartFrameId(std::uint64_t frameId);
   void setSourceImages(std::vector<std::shared_ptr<const SourceImage>> images);
 
-  // The flow answers of DataStream (see there), with its operations' names as their origins.
+  // The flow answers of DataStream (see there), with its operations' names as their origins. The
+  // flow mapping table and the (prefetch) GenDC descriptor of the current settings, as the flow
+  // table queries and the camera's GenDC registers deliver them, throw GC_ERR_NO_DATA while the
+  // stream uses no flows (the table also GC_ERR_ERROR when longer than its register); their sizes
+  // are 0 then.
   bool usesFlows() const;
   std::uint32_t numFlows() const;
   std::uint64_t flowSize(std::uint32_t index) const;

@@ -231,24 +231,24 @@ std::string RemoteDevice::ReadStringRegImpl(std::uint32_t id) {
 std::uint32_t RemoteDevice::ReadUint32RegImpl(std::uint32_t id) {
   const auto [device, stream] = resolve("ReadUint32RegImpl", kReadCast);
   switch (id) {
-    case kPixelFormat: return stream->imageGeometry().pixelFormat;
-    case kWidth: return stream->imageGeometry().width;
-    case kHeight: return stream->imageGeometry().height;
-    case kPaddingMode: return stream->paddingMode();
-    case kPaddingPixelCountX: return stream->paddingPixelCountX();
-    case kPaddingLineCountY: return stream->paddingLineCountY();
+    case kPixelFormat: return stream->format().imageGeometry().pixelFormat;
+    case kWidth: return stream->format().imageGeometry().width;
+    case kHeight: return stream->format().imageGeometry().height;
+    case kPaddingMode: return stream->format().paddingMode();
+    case kPaddingPixelCountX: return stream->format().paddingPixelCountX();
+    case kPaddingLineCountY: return stream->format().paddingLineCountY();
     case kTlParamsLocked: return tlParamsLocked() ? 1 : 0;
-    case kGenDCStreamingMode: return stream->genDCSettings().streamingMode;
+    case kGenDCStreamingMode: return stream->format().genDCSettings().streamingMode;
     // On while the stream delivers GenDC: in streaming mode, and always for a stream file.
     case kGenDCStreamingStatus: return stream->usesFlows() ? 1 : 0;
-    case kGenDCFlowMappingConfiguration: return stream->genDCSettings().flowMappingConfiguration;
-    case kGenDCPartType: return stream->genDCSettings().partType;
-    case kTestGenDCImageCount: return stream->genDCSettings().imageCount;
+    case kGenDCFlowMappingConfiguration: return stream->format().genDCSettings().flowMappingConfiguration;
+    case kGenDCPartType: return stream->format().genDCSettings().partType;
+    case kTestGenDCImageCount: return stream->format().genDCSettings().imageCount;
     // No table and no descriptor while the stream delivers without flows.
-    case kGenDCFlowMappingTableSize: return static_cast<std::uint32_t>(stream->flowMappingTableSize());
-    case kGenDCDescriptorIsAvailable: return stream->genDCDescriptorSize() != 0 ? 1 : 0;
-    case kGenDCDescriptorSize: return static_cast<std::uint32_t>(stream->genDCDescriptorSize());
-    case kStreamingDataSource: return stream->streamingDataSource();
+    case kGenDCFlowMappingTableSize: return static_cast<std::uint32_t>(stream->format().flowMappingTableSize());
+    case kGenDCDescriptorIsAvailable: return stream->format().genDCDescriptorSize() != 0 ? 1 : 0;
+    case kGenDCDescriptorSize: return static_cast<std::uint32_t>(stream->format().genDCDescriptorSize());
+    case kStreamingDataSource: return stream->format().streamingDataSource();
     case kSourceCount: return device->dataStreamCount();
     case kSourceSelector: return selectedSource_;
     case kSleepBetweenFrames: return static_cast<std::uint32_t>(camera_->framePeriod());
@@ -272,8 +272,8 @@ std::uint64_t RemoteDevice::ReadUint64RegImpl(std::uint32_t id) {
       return static_cast<std::uint64_t>(
           std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::steady_clock::now().time_since_epoch())
               .count());
-    case kPayloadSize: return stream->payloadSize();
-    case kStreamFileStartFrameId: return stream->genDCSettings().streamFileStartFrameId;
+    case kPayloadSize: return stream->format().payloadSize();
+    case kStreamFileStartFrameId: return stream->format().genDCSettings().streamFileStartFrameId;
     case kStreamFileMaxFrameId: return stream->streamFileMaxFrameId();
     default: unknownId("ReadUint64RegImpl");
   }
@@ -290,8 +290,8 @@ void RemoteDevice::ReadRegImpl(std::uint32_t id, void* destination, std::size_t 
     case kFileAccessBuffer: return FileAccess::instance().readBuffer(destination, count);
     // The whole table or descriptor, as far as the destination reaches: a read shorter than
     // it gets its first bytes, a longer one leaves the bytes behind it as they were.
-    case kGenDCFlowMappingTable: return copyOut(stream->flowMappingTable(), destination, count);
-    case kGenDCDescriptor: return copyOut(stream->genDCDescriptor(), destination, count);
+    case kGenDCFlowMappingTable: return copyOut(stream->format().flowMappingTable(), destination, count);
+    case kGenDCDescriptor: return copyOut(stream->format().genDCDescriptor(), destination, count);
     default: unknownId("ReadRegImpl");
   }
 }
@@ -306,13 +306,13 @@ void RemoteDevice::WriteUint32RegImpl(std::uint32_t id, std::uint32_t value) {
   switch (id) {
     case kPixelFormat: {
       std::lock_guard lock(moduleMutex());
-      return stream->setPixelFormat(value == 0 ? pfnc::Mono8 : value);
+      return stream->format().setPixelFormat(value == 0 ? pfnc::Mono8 : value);
     }
-    case kWidth: return stream->setWidth(value);
-    case kHeight: return stream->setHeight(value);
-    case kPaddingMode: return stream->setPaddingMode(static_cast<std::int32_t>(value));
-    case kPaddingPixelCountX: return stream->setPaddingPixelCountX(value);
-    case kPaddingLineCountY: return stream->setPaddingLineCountY(value);
+    case kWidth: return stream->format().setWidth(value);
+    case kHeight: return stream->format().setHeight(value);
+    case kPaddingMode: return stream->format().setPaddingMode(static_cast<std::int32_t>(value));
+    case kPaddingPixelCountX: return stream->format().setPaddingPixelCountX(value);
+    case kPaddingLineCountY: return stream->format().setPaddingLineCountY(value);
     case kAcqActive:
       if (value != 0) {
         triggerCount_ = 0;
@@ -320,10 +320,10 @@ void RemoteDevice::WriteUint32RegImpl(std::uint32_t id, std::uint32_t value) {
       acquisitionActive_ = value != 0;
       return;
     case kTlParamsLocked: return writeTlParamsLocked(*device, value);
-    case kGenDCStreamingMode: return stream->setGenDCStreamingMode(value);
-    case kGenDCFlowMappingConfiguration: return stream->setFlowMappingConfiguration(value);
-    case kGenDCPartType: return stream->setGenDCPartType(static_cast<std::uint16_t>(value & 0xFFFF));
-    case kTestGenDCImageCount: return stream->setGenDCImageCount(value);
+    case kGenDCStreamingMode: return stream->format().setGenDCStreamingMode(value);
+    case kGenDCFlowMappingConfiguration: return stream->format().setFlowMappingConfiguration(value);
+    case kGenDCPartType: return stream->format().setGenDCPartType(static_cast<std::uint16_t>(value & 0xFFFF));
+    case kTestGenDCImageCount: return stream->format().setGenDCImageCount(value);
     case kSourceSelector: return setSelectedDataStream(value);
     case kSleepBetweenFrames: camera_->setFramePeriod(value); return;
     case kTriggerSoftware:
@@ -345,7 +345,7 @@ void RemoteDevice::WriteUint64RegImpl(std::uint32_t id, std::uint64_t value) {
   if (id != kStreamFileStartFrameId) {
     unknownId("WriteUint64RegImpl");
   }
-  stream->setStreamFileStartFrameId(value);
+  stream->format().setStreamFileStartFrameId(value);
 }
 
 void RemoteDevice::WriteFloat64RegImpl(std::uint32_t, double) {

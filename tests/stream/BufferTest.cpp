@@ -49,7 +49,7 @@ TEST_F(BufferTest, TimestampIsCutToABufferShorterThanItself) {
 TEST_F(BufferTest, FillFollowsTheStreamsCurrentSettings) {
   std::vector<std::byte> memory = staleBuffer(16 * 4 * 3);
   const auto resource = stream->Announce(memory.size(), memory.data(), nullptr);
-  stream->setPixelFormat(pfnc::RGB8);
+  stream->format().setPixelFormat(pfnc::RGB8);
   stream->writeFrame(resource->buffer().segments(), nullptr);
   EXPECT_EQ(std::to_integer<int>(memory[0]), 55);
   EXPECT_EQ(std::to_integer<int>(memory[1]), 161);

@@ -24,15 +24,15 @@ class DataStreamTest : public ::testing::Test {
  protected:
   void SetUp() override {
     camera->setFramePeriod(kOneMillisecond);
-    stream->setWidth(16);
-    stream->setHeight(4);
+    stream->format().setWidth(16);
+    stream->format().setHeight(4);
   }
 
   // `count` buffers of the payload size, queued.
   std::vector<std::shared_ptr<Resource>> queueBuffers(int count) {
     std::vector<std::shared_ptr<Resource>> buffers;
     for (int i = 0; i < count; ++i) {
-      buffers.push_back(stream->AllocAndAnnounce(stream->payloadSize(), nullptr));
+      buffers.push_back(stream->AllocAndAnnounce(stream->format().payloadSize(), nullptr));
       stream->QueueBuffer(buffers.back());
     }
     return buffers;
@@ -58,22 +58,22 @@ class DataStreamTest : public ::testing::Test {
 };
 
 TEST_F(DataStreamTest, PayloadFollowsTheSettingsAsTheStreamReportsThem) {
-  stream->setWidth(640);
-  stream->setHeight(480);
-  EXPECT_EQ(stream->payloadSize(), 307200u);
-  const auto before = stream->AllocAndAnnounce(stream->payloadSize(), nullptr);
+  stream->format().setWidth(640);
+  stream->format().setHeight(480);
+  EXPECT_EQ(stream->format().payloadSize(), 307200u);
+  const auto before = stream->AllocAndAnnounce(stream->format().payloadSize(), nullptr);
 
-  stream->setPaddingPixelCountX(4);
-  stream->setPaddingLineCountY(2);
-  EXPECT_EQ(stream->payloadSize(), 307200u) << "padding counts only while the padding mode is 1";
-  stream->setPaddingMode(1);
-  EXPECT_EQ(stream->payloadSize(), 644u * 482u);
-  stream->setPixelFormat(pfnc::RGB8);
-  EXPECT_EQ(stream->payloadSize(), 644u * 482u * 3u);
-  stream->setPixelFormat(0);
-  EXPECT_EQ(stream->imageGeometry().pixelFormat, pfnc::Mono8) << "no format reads as Mono8";
-  stream->setPaddingMode(2);
-  EXPECT_EQ(stream->payloadSize(), 307200u);
+  stream->format().setPaddingPixelCountX(4);
+  stream->format().setPaddingLineCountY(2);
+  EXPECT_EQ(stream->format().payloadSize(), 307200u) << "padding counts only while the padding mode is 1";
+  stream->format().setPaddingMode(1);
+  EXPECT_EQ(stream->format().payloadSize(), 644u * 482u);
+  stream->format().setPixelFormat(pfnc::RGB8);
+  EXPECT_EQ(stream->format().payloadSize(), 644u * 482u * 3u);
+  stream->format().setPixelFormat(0);
+  EXPECT_EQ(stream->format().imageGeometry().pixelFormat, pfnc::Mono8) << "no format reads as Mono8";
+  stream->format().setPaddingMode(2);
+  EXPECT_EQ(stream->format().payloadSize(), 307200u);
 
   std::size_t dataSize = 0;
   std::size_t size = sizeof(dataSize);
@@ -84,7 +84,7 @@ TEST_F(DataStreamTest, PayloadFollowsTheSettingsAsTheStreamReportsThem) {
 
 TEST_F(DataStreamTest, FailedFillIsReportedOnTheErrorEventAndTheFrameStillDelivered) {
   constexpr std::uint32_t kUnknownEightBitFormat = 0x010800FF;
-  stream->setPixelFormat(kUnknownEightBitFormat);
+  stream->format().setPixelFormat(kUnknownEightBitFormat);
   queueBuffers(3);
   const auto event = newBufferEvent();
   stream->errorEvent()->Register();
